@@ -189,13 +189,14 @@ class ElementIndex {
 
   // `text` begins behind a prefix. At least one byte must follow the name and what ends it.
   void record(std::string_view text, std::size_t form) {
+    const std::size_t length = std::min(text.find(end_of_name(form)), text.size());
+    const bool ends = length + 1 < text.size();
     for (Entry& entry : std::span(entries_).first(count_)) {
-      const std::size_t length = entry.name.size();
-      if (entry.value || !text.starts_with(entry.name)) continue;
-      const bool ends = entry.any_end
-                            ? text.size() > length
-                            : text.size() > length + 1 && text[length] == end_of_name(form);
-      if (ends) entry.value = from(text, length + form);
+      if (entry.value) continue;
+      const bool is_named = entry.any_end
+                                ? text.starts_with(entry.name) && text.size() > entry.name.size()
+                                : ends && text.substr(0, length) == entry.name;
+      if (is_named) entry.value = from(text, entry.name.size() + form);
     }
   }
 
