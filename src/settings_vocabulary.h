@@ -50,7 +50,7 @@ inline float saturation_from_color_saturation(float value) {
 inline float brightness_from_gamma(float gamma) {
   constexpr double kLn2 = 0.6931471805599453;
   constexpr double kLn8 = 2.0794415416798357;
-  const double g = gamma;
+  const auto g = static_cast<double>(gamma);
   return static_cast<float>(g > 1.0 ? -10.0 * std::log(g) / kLn2 : -20.0 * std::log(g) / kLn8);
 }
 

@@ -331,7 +331,7 @@ class PacketWriter {
   // Two digits at least.
   void sequence_number(int number) {
     std::array<char, 12> buffer;
-    const auto end = std::to_chars(buffer.data(), buffer.data() + buffer.size(), number).ptr;
+    const auto* const end = std::to_chars(buffer.data(), buffer.data() + buffer.size(), number).ptr;
     if (number < 10) text("0");
     text({buffer.data(), end});
   }
