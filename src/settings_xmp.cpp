@@ -151,6 +151,20 @@ constexpr std::size_t kMostNames = [] {
   return (rows + std::size(vocabulary::kCommon)) * std::tuple_size_v<ReadNames>;
 }();
 
+constexpr std::size_t longest_name(std::span<const Setting> rows) {
+  std::size_t longest = 0;
+  for (const Setting& row : rows) {
+    for (const ReadName& name : names_read(row)) longest = std::max(longest, name.element.size());
+  }
+  return longest;
+}
+
+constexpr std::size_t kLongestName = [] {
+  std::size_t longest = longest_name(vocabulary::kCommon);
+  for (const Method& method : kMethods) longest = std::max(longest, longest_name(method.settings));
+  return longest;
+}();
+
 // Where a packet holds the settings elements that a method reads: found in one pass over it, since
 // an element that is absent must not cost a pass of its own.
 class ElementIndex {
@@ -187,15 +201,13 @@ class ElementIndex {
     }
   }
 
-  // `text` begins behind a prefix. At least one byte must follow the name and what ends it.
+  // `text` begins behind a prefix and ends with the packet's NUL, which no name holds.
   void record(std::string_view text, std::size_t form) {
-    const std::size_t length = std::min(text.find(end_of_name(form)), text.size());
-    const bool ends = length + 1 < text.size();
+    const std::string_view name =
+        text.substr(0, text.substr(0, kLongestName + 1).find(end_of_name(form)));
     for (Entry& entry : std::span(entries_).first(count_)) {
       if (entry.value) continue;
-      const bool is_named = entry.any_end
-                                ? text.starts_with(entry.name) && text.size() > entry.name.size()
-                                : ends && text.substr(0, length) == entry.name;
+      const bool is_named = entry.any_end ? text.starts_with(entry.name) : name == entry.name;
       if (is_named) entry.value = from(text, entry.name.size() + form);
     }
   }

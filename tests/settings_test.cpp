@@ -327,7 +327,7 @@ TEST(SettingsReader, TakesNamesInOrderOfPriorityAndConverts) {
       {"Blend/Lifelike", {"Shadows>3"}, 2, 3},
       {"Blend/Lifelike", {"Brightness>3", "MidtonesAdjustment>2"}, 6, 2},
       {"Blend/Expressive", {"Radius>3"}, 2, 3},
-      {"Blend/Believable", {"Shadows>3"}, 2, 3},
+      {"Blend/Believable", {"Highlights>3"}, 1, 3},
       {"Blend/Architecture and more", {"LocalContrast>3"}, 8, 3},
       {"Blend/Two Shots", {"Saturation>3"}, 13, 3},
       {"Uniform", {"Saturation>3"}, 13, 3},
@@ -335,6 +335,7 @@ TEST(SettingsReader, TakesNamesInOrderOfPriorityAndConverts) {
       {"Uniform", {"BrightnessIndividualColors>1,2,3, 4,5,6,7,8.5"}, 48, 8.5},
       {"Uniform", {"BrightnessIndividualColors>1,2,3,4,5,6,7"}, 41, 0},
       {"Uniform", {"BrightnessIndividualColors>1,2,3,4,5,6,7 ,8"}, 41, 0},
+      {"Uniform", {"BrightnessIndividualColors>1,2,3,4,5,6,7;8"}, 41, 0},
   };
   for (const ReadRow& row : rows) {
     for (const std::string& packet :
@@ -354,7 +355,7 @@ TEST(SettingsReader, ReadsNumbersAsScanfDoes) {
   const std::pair<const char*, float> rows[] = {
       {"42.5", 42.5F}, {"+1", 1}, {"-.5", -0.5F}, {"5.", 5}, {" \t\n7", 7}, {"1e3", 1000}, {"1e", 1},
       {"1E-2x", 0.01F}, {"0x1.8p1", 3}, {"inf", kInfinity}, {"-Infinity", -kInfinity},
-      {"1e99", kInfinity}, {"-1e-99", 0}, {"1e-45", 1e-45F}, {"1e-99999999999999999999", 0},
+      {"1e39", kInfinity}, {"1e99", kInfinity}, {"-1e-99", 0}, {"1e-45", 1e-45F}, {"1e-99999999999999999999", 0},
       {"0.000000000000000000000000000000000000000000000001e60", 1e12F}, {"'3", 3}, {"x3", 3},
       {"xx3", kUntouched}, {"", kUntouched}, {"-", kUntouched}, {".", kUntouched},
       {"infix", kUntouched}, {"0x", kUntouched},
