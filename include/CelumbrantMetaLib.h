@@ -60,7 +60,9 @@ extern "C" {
  * The settings of one tone mapping or exposure fusion are a method number and a vector of
  * CBTM_SETTINGS_COUNT floats. What a position of the vector means depends on the method; positions
  * that a method does not use hold 0. In a picture or a settings file they stand as an XMP packet:
- * text in a namespace with the prefix `cbtm`, one element a setting, frame and all some 2 KiB.
+ * text in the namespace `http://ns.celumbrant.com/celumbrant_settings01` (the last two digits are a
+ * sequence number) with the prefix `cbtm`, one element a setting, such as
+ * `<cbtm:Strength>70.0</cbtm:Strength>`, frame and all some 2 KiB.
  * @{
  */
 
@@ -125,8 +127,7 @@ enum {
   CBTM_FLATTENER_SATURATION = 13
 };
 
-/** Positions of CBTM_BRILLIANCE_REFINER. A clip v is written as 10 * (v / 10)^0.3263790046007694.
- */
+/** Positions of CBTM_BRILLIANCE_REFINER. A clip is written as 10 * (clip / 10)^0.32637900460077. */
 enum {
   CBTM_REFINER_STRENGTH = 0, /**< [50] */
   CBTM_REFINER_TONE_COMPRESSION = 1,
@@ -230,7 +231,8 @@ CELUMBRANT_META_API int def_param(int tmMethod, float* tmParam) CELUMBRANT_META_
  * that name and byte. Nothing happens when the position has been found before.
  *
  * @param iParam  the position in valParam to fill, 0 to 59; 21 to 49 for a list of eight.
- * @param strInputTag  the element's name with its prefix, such as "cbtm:Strength"; NUL-terminated.
+ * @param strInputTag  the element's name with its prefix, such as "cbtm:Strength"; NUL-terminated,
+ *        not empty.
  * @param tagType  the kind of value:
  *        CBTM_TAG_NUMBER, a number as scanf's "%f" takes it, or one that begins a byte later;
  *        CBTM_TAG_YES_NO, 1.0 when the text begins with "Yes", else 0.0;
@@ -242,11 +244,12 @@ CELUMBRANT_META_API int def_param(int tmMethod, float* tmParam) CELUMBRANT_META_
  * @param lenMax  bytes of xmpData.
  * @param[in,out] foundParam  60 integers; foundParam[iParam] is set to 1 when the element is there,
  *        even when its text could not be parsed.
- * @param[in,out] valParam  60 floats; only valParam[iParam], or eight from there on, are written,
- *        and only with a value that was parsed.
+ * @param[in,out] valParam  60 floats; only valParam[iParam], or eight from there on, are written;
+ *        numbers only when they could be parsed.
  * @return the position of the element's name in xmpData; when there is none, the position at which
  *         the search ended (lenMax less the name's length less 1, at least 0);
- *         0 when foundParam[iParam] was set before or an argument lies outside the above.
+ *         0 when foundParam[iParam] was set before, an argument lies outside the above, or there is
+ *         no memory for a copy of the name.
  */
 CELUMBRANT_META_API int searchForTag(int iParam, const char* strInputTag, int tagType,
                                      const char* xmpData, int lenAfterTag, int lenMax,
@@ -256,7 +259,10 @@ CELUMBRANT_META_API int searchForTag(int iParam, const char* strInputTag, int ta
  * @brief Reads settings, the method number or the lens name from the text of an XMP packet.
  *
  * A full read sets the vector to the method's defaults and overwrites every value that the packet
- * holds. Elements and attributes are both understood, with quotes of either kind.
+ * holds; a value that is no number keeps its default. Elements and attributes are both understood,
+ * with quotes of either kind; the method's own form is that of all the others. What counts is the
+ * first declaration of the namespace, the first `cbtm:Version` of two numbers behind it, the first
+ * `cbtm:Method` behind that, and the elements behind the method.
  *
  * @param settingsType  the method whose settings are wanted, for a full read; 0 for the values that
  *        all methods share, from a packet whose method is not known; CBTM_QUERY_METHOD; or
@@ -270,14 +276,13 @@ CELUMBRANT_META_API int searchForTag(int iParam, const char* strInputTag, int ta
  *        a full read's. May be NULL for the two queries.
  * @return
  *   -3: the byte at lenXmp - 1 is not NUL, or lenXmp is below 1.
- *   -5: the packet's method is not settingsType, or the packet names none (also for
- *       CBTM_QUERY_METHOD).
- *   0: the packet holds no settings; for CBTM_QUERY_METHOD also: a method that is not known.
- *   Full read: the position of the "cbtm:Method" text that was used, above 0; with settingsType 0
- *       and no such text, the position at which the search for it ended.
- *   CBTM_QUERY_METHOD: 1, 2, 3, 4, 10, 11, 13, 14 or 15, the packet's method.
- *   CBTM_QUERY_LENS: the position at which the copied name ended, or at which the search ended when
- *       nothing was copied.
+ *   -5: full read or CBTM_QUERY_METHOD: the packet's method is not settingsType, or the packet
+ * names none (which a settingsType of 0 accepts). 0: full read or CBTM_QUERY_METHOD: the packet
+ * holds no settings; for CBTM_QUERY_METHOD also: a method that is not known. Full read: the
+ * position of the "cbtm:Method" text that was used, above 0; with settingsType 0 and no such text,
+ * the position at which the search for it ended. CBTM_QUERY_METHOD: 1, 2, 3, 4, 10, 11, 13, 14 or
+ * 15, the packet's method. CBTM_QUERY_LENS: the position at which the copied name ended, or at
+ * which the search ended when nothing was copied.
  */
 CELUMBRANT_META_API int get_settings_from_xmp(int settingsType, int lenXmp, const char* xmpData,
                                               char* lens_info,
@@ -293,7 +298,7 @@ CELUMBRANT_META_API int get_settings_from_xmp(int settingsType, int lenXmp, cons
  * @return
  *   -1: the file cannot be opened, or its size cannot be had.
  *   -2: it could not be read to its end.
- *   -4: no memory for it, or it has 2 GiB or more.
+ *   -4: no memory for it, or it has 2 GiB less one byte, or more.
  *   Otherwise the result of get_settings_from_xmp; 0 for an empty file.
  */
 CELUMBRANT_META_API int read_xmp(const char* filename, int settingsType,
@@ -343,11 +348,13 @@ CELUMBRANT_META_API int write_xmp(const char* filename, int settingsType,
  * The settings come before every description that the packet holds, so that a later full read reads
  * them; what was there before stays as it was.
  *
- * @param embedType  CBTM_MEASURE, or as for embed_xmp (at most 99).
+ * @param embedType  CBTM_MEASURE, or as for embed_xmp; at most 99, since the measured length is
+ * that of a sequence number of two digits.
  * @param curMethod  the method number, 1 to 15.
  * @param valParam  60 floats, read.
  * @param existingXmpLen  bytes of the packet in inOutXmpData; a NUL that they count moves along.
- * @param insertedLen  the result of the measuring call with the same curMethod and valParam.
+ * @param insertedLen  the result of the measuring call with the same curMethod and valParam; with
+ * any other number the packet would be torn.
  * @param[in,out] inOutXmpData  the packet, with room for existingXmpLen + insertedLen bytes, which
  *        it has afterwards. Unchanged on failure. May be NULL for CBTM_MEASURE.
  * @return
@@ -355,7 +362,8 @@ CELUMBRANT_META_API int write_xmp(const char* filename, int settingsType,
  *   -1: 2 bytes or fewer follow the place of insertion.
  *   -4: no memory for a copy of the bytes that follow it.
  *   -34 or below: the packet has no `<x:xmpmeta` with the namespace "adobe:ns:meta/", or no bare
- *       `<rdf:RDF` start tag after it; the negated position at which the search ended.
+ *       `<rdf:RDF` start tag after it: the position at which the search ended plus the length of
+ * what was looked for (34 or 65 bytes), negated.
  */
 CELUMBRANT_META_API int insert_xmp(int embedType, int curMethod, const float* valParam,
                                    int existingXmpLen, int insertedLen,

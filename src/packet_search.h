@@ -20,7 +20,7 @@ struct SearchKey {
 };
 
 struct Hit {
-  std::size_t position;  // of the key; when it was not found, where the search stopped
+  std::size_t position;  // of what was looked for; where the search stopped when it was not found
   bool found;
 };
 
@@ -64,7 +64,8 @@ inline std::size_t find_pair(const char* text, std::size_t from, std::size_t to,
 }
 
 // The first place at or after `from` where the packet holds the key with at least one byte behind
-// it. Where there is none the search stops at the first position that the key cannot have.
+// it. Where there is none the search stops at the first position from which the key has no room, or
+// at `from` when that lies further on.
 inline Hit find_key(std::string_view packet, std::size_t from, SearchKey key) {
   const std::size_t room = packet.size() - std::min(packet.size(), key.text.size());
   const std::size_t stop = std::max(from, room);
