@@ -7,8 +7,8 @@
  * Conventions, which hold for every function below:
  *
  *  1. Every function returns a 32-bit signed integer: a length, a count, a position or 1 on
- * success, 0 for nothing found, a small negative number for a failure. Each function lists its
- * results.
+ *     success, 0 for nothing found, a small negative number for a failure. Each function lists its
+ *     results.
  *  2. The caller owns every buffer. The library keeps no pointer to one after it returns, hands out
  *     no memory of its own and keeps no state between calls.
  *  3. Calls that work on different files and buffers may run at the same time.
@@ -277,12 +277,14 @@ CELUMBRANT_META_API int searchForTag(int iParam, const char* strInputTag, int ta
  * @return
  *   -3: the byte at lenXmp - 1 is not NUL, or lenXmp is below 1.
  *   -5: full read or CBTM_QUERY_METHOD: the packet's method is not settingsType, or the packet
- * names none (which a settingsType of 0 accepts). 0: full read or CBTM_QUERY_METHOD: the packet
- * holds no settings; for CBTM_QUERY_METHOD also: a method that is not known. Full read: the
- * position of the "cbtm:Method" text that was used, above 0; with settingsType 0 and no such text,
- * the position at which the search for it ended. CBTM_QUERY_METHOD: 1, 2, 3, 4, 10, 11, 13, 14 or
- * 15, the packet's method. CBTM_QUERY_LENS: the position at which the copied name ended, or at
- * which the search ended when nothing was copied.
+ *       names none (which a settingsType of 0 accepts).
+ *   0: full read or CBTM_QUERY_METHOD: the packet holds no settings; for CBTM_QUERY_METHOD also: a
+ *       method that is not known.
+ *   Full read: the position of the "cbtm:Method" text that was used, above 0; with settingsType 0
+ *       and no such text, the position at which the search for it ended.
+ *   CBTM_QUERY_METHOD: 1, 2, 3, 4, 10, 11, 13, 14 or 15, the packet's method.
+ *   CBTM_QUERY_LENS: the position at which the copied name ended, or at which the search ended
+ *       when nothing was copied.
  */
 CELUMBRANT_META_API int get_settings_from_xmp(int settingsType, int lenXmp, const char* xmpData,
                                               char* lens_info,
@@ -349,12 +351,12 @@ CELUMBRANT_META_API int write_xmp(const char* filename, int settingsType,
  * them; what was there before stays as it was.
  *
  * @param embedType  CBTM_MEASURE, or as for embed_xmp; at most 99, since the measured length is
- * that of a sequence number of two digits.
+ *        that of a sequence number of two digits.
  * @param curMethod  the method number, 1 to 15.
  * @param valParam  60 floats, read.
  * @param existingXmpLen  bytes of the packet in inOutXmpData; a NUL that they count moves along.
  * @param insertedLen  the result of the measuring call with the same curMethod and valParam; with
- * any other number the packet would be torn.
+ *        any other number the packet would be torn.
  * @param[in,out] inOutXmpData  the packet, with room for existingXmpLen + insertedLen bytes, which
  *        it has afterwards. Unchanged on failure. May be NULL for CBTM_MEASURE.
  * @return
@@ -363,7 +365,7 @@ CELUMBRANT_META_API int write_xmp(const char* filename, int settingsType,
  *   -4: no memory for a copy of the bytes that follow it.
  *   -34 or below: the packet has no `<x:xmpmeta` with the namespace "adobe:ns:meta/", or no bare
  *       `<rdf:RDF` start tag after it: the position at which the search ended plus the length of
- * what was looked for (34 or 65 bytes), negated.
+ *       what was looked for (34 or 65 bytes), negated.
  */
 CELUMBRANT_META_API int insert_xmp(int embedType, int curMethod, const float* valParam,
                                    int existingXmpLen, int insertedLen,
