@@ -24,9 +24,11 @@ namespace celumbrant {
 
 class FileWindow {
  public:
-  // Reading begins where the stream stands. The stream is the window's until leave_stream().
-  explicit FileWindow(std::FILE* stream)
-      : stream_(stream), position_(std::max(std::ftell(stream), 0L)), stream_at_(position_) {}
+  // Reading begins at `position`, where the stream must stand. The stream is the window's until
+  // leave_stream().
+  FileWindow(std::FILE* stream, std::int64_t position)
+      : stream_(stream), position_(position), stream_at_(position) {}
+  explicit FileWindow(std::FILE* stream) : FileWindow(stream, std::max(std::ftell(stream), 0L)) {}
   FileWindow(const FileWindow&) = delete;
   FileWindow& operator=(const FileWindow&) = delete;
 
@@ -114,6 +116,8 @@ class FileWindow {
  private:
   // Camera files keep a segment's directories, or the next segments' heads, within such a stretch.
   static constexpr std::size_t kWindowBytes = 16384;
+  // Values lie on either side of the one that is wanted first.
+  static constexpr std::int64_t kAlignment = 4096;
 
   struct Window {
     std::int64_t start = 0;
@@ -154,11 +158,12 @@ class FileWindow {
   }
 
   bool refill() {
-    if (!place_stream(position_)) return false;
+    const std::int64_t start = position_ - position_ % kAlignment;
+    if (!place_stream(start)) return false;
     Window& window = *current_;
-    window.start = position_;
+    window.start = start;
     window.length = read_stream(window.bytes.data(), kWindowBytes);
-    return window.length > 0;
+    return holds(window);
   }
 
   bool place_stream(std::int64_t position) {

@@ -295,7 +295,7 @@ constexpr int kNoMarker = -10;
 
 struct Scan {
   Scan(std::FILE* stream, int kind, ExifInfo2& found)
-      : file(stream), budget(file), imageType(kind), record(found) {}
+      : file(stream, 0), budget(file), imageType(kind), record(found) {}
 
   FileWindow file;
   WorkBudget budget;
