@@ -115,3 +115,5 @@ BENCHMARK(LensQuery)->Arg(64 << 10)->Arg(1 << 20);
 BENCHMARK(LensQueryFloor)->Arg(64 << 10)->Arg(1 << 20);
 
 }  // namespace
+
+BENCHMARK_MAIN();

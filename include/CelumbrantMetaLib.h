@@ -6,9 +6,8 @@
  *
  * Conventions, which hold for every function below:
  *
- *  1. Every function returns a 32-bit signed integer: a length, a count, a position or 1 on
- *     success, 0 for nothing found, a small negative number for a failure. Each function lists its
- *     results.
+ *  1. Every function whose type is int returns a length, a count, a position or 1 on success, 0 for
+ *     nothing found, a small negative number for a failure. Each function lists its results.
  *  2. The caller owns every buffer. The library keeps no pointer to one after it returns, hands out
  *     no memory of its own and keeps no state between calls.
  *  3. Calls that work on different files and buffers may run at the same time.
@@ -47,12 +46,372 @@
 #define CELUMBRANT_META_API
 #endif
 
+#include <stdio.h>
+
 #ifdef __cplusplus
 #define CELUMBRANT_META_NOEXCEPT noexcept
 extern "C" {
 #else
 #define CELUMBRANT_META_NOEXCEPT
 #endif
+
+/**
+ * @defgroup record Metadata record and byte-order readers
+ *
+ * What a read finds in a picture, and the small readers with which TIFF and JPEG structures are
+ * taken from a stream.
+ * @{
+ */
+
+/**
+ * What is known of a picture. init_exifInfo clears a record; the readers store what they find and
+ * leave the rest. Every text is NUL-terminated after a read. The thumbnail, the IPTC block and the
+ * XMP packet are not loaded: the record tells where in the file they lie. Rationals are kept as
+ * they are in the file, numerator first.
+ */
+typedef struct ExifInfo2 {
+  int camera;             /**< 2 when parse_image_description decoded a whole text, else 0 */
+  float exposure;         /**< exposure time, seconds */
+  float aperture;         /**< f-number */
+  int iso;                /**< ISO speed */
+  int curve;              /**< reserved, 0 */
+  float focalLength;      /**< millimetres */
+  int focal35;            /**< focal length in 35 mm film, millimetres */
+  float fpxRes;           /**< focal-plane X resolution, pixels per fpUnit */
+  int fpUnit;             /**< 2 inch, 3 centimetre, or another EXIF code */
+  char model[65];         /**< camera model; 64 bytes are used, the last is never touched */
+  char date_time[21];     /**< when the picture was taken, YYYY:MM:DD HH:MM:SS */
+  int thumb_width;        /**< pixels; this and the next two only of a Photoshop thumbnail */
+  int thumb_height;       /**< pixels */
+  int thumb_row;          /**< bytes per row */
+  int thumb_datalen;      /**< bytes of the thumbnail's JPEG data */
+  int thumb_offset;       /**< their position in the file */
+  int orientation;        /**< 1 to 8 as in TIFF and EXIF */
+  int iptc_len;           /**< bytes of the IPTC block */
+  int iptc_offset;        /**< its position in the file */
+  char lat_ref;           /**< 'N' or 'S' */
+  int lat_val[6];         /**< latitude: degrees, minutes, seconds, three rationals */
+  char long_ref;          /**< 'E' or 'W' */
+  int long_val[6];        /**< longitude, likewise */
+  char alt_ref;           /**< 0 above sea level, 1 below */
+  int alt_val[2];         /**< altitude in metres, one rational */
+  int gps_timestamp[6];   /**< hours, minutes, seconds, three rationals */
+  char gps_datestamp[11]; /**< YYYY:MM:DD */
+  int embeddedXmp_len;    /**< bytes of the XMP packet; getExifData tells what they count */
+  int embeddedXmp_offset; /**< its position in the file */
+  int lens[64];           /**< 256 bytes of text: the lens name, at most 63 bytes, and zeros */
+} ExifInfo2;
+
+/** Byte orders: the first two bytes of a TIFF structure, read as a big-endian number. */
+enum {
+  CELUMBRANT_LITTLE_ENDIAN = 0x4949 /**< "II" */,
+  CELUMBRANT_BIG_ENDIAN = 0x4D4D /**< "MM" */
+};
+
+/**
+ * @brief Clears a record: all numbers 0, all texts empty.
+ *
+ * @param[out] exifInfo  the record; all of it is written but the last byte of model.
+ */
+CELUMBRANT_META_API void init_exifInfo(ExifInfo2* exifInfo) CELUMBRANT_META_NOEXCEPT;
+
+/**
+ * @brief Reads a 16-bit number in a given byte order.
+ *
+ * @param f  a stream opened in binary mode; advanced by 2 bytes, or to its end.
+ * @param order  CELUMBRANT_LITTLE_ENDIAN; any other value means big-endian.
+ * @return the number. A byte past the end of the stream counts as 0xFF: 0xFFFF when both are.
+ */
+CELUMBRANT_META_API unsigned short fgetmi2(FILE* f, short order) CELUMBRANT_META_NOEXCEPT;
+
+/**
+ * @brief Reads a 32-bit number in a given byte order.
+ *
+ * @param f  a stream opened in binary mode; advanced by 4 bytes, or to its end.
+ * @param order  CELUMBRANT_LITTLE_ENDIAN; any other value means big-endian.
+ * @return the number, its 32 bits taken as a signed one. A byte past the end of the stream is added
+ *         as -1 in its place: -16843009 (0xFEFEFEFF) in either order when all four are.
+ */
+CELUMBRANT_META_API int fgetmi4(FILE* f, short order) CELUMBRANT_META_NOEXCEPT;
+
+/** @brief fgetmi2 for a number that is always big-endian: JPEG lengths, Photoshop structures. */
+CELUMBRANT_META_API unsigned short fgetm2(FILE* f) CELUMBRANT_META_NOEXCEPT;
+
+/** @brief fgetmi4 for a number that is always big-endian. */
+CELUMBRANT_META_API int fgetm4(FILE* f) CELUMBRANT_META_NOEXCEPT;
+
+/** @} */
+
+/**
+ * @defgroup reader Metadata reader
+ *
+ * Reading a photograph. Files are untrusted: whatever bytes they hold, a read ends soon, stays
+ * inside its buffers and takes no more memory than the file is long. What a file lacks reads as the
+ * byte-order readers tell of the end of a stream. Of a file made to cost time (600,000 directory
+ * entries, 200,000 reads or 64 MiB of Photoshop resources in one call) the rest is ignored.
+ *
+ * The functions that take a stream need one that was opened in binary mode and can be sought.
+ * @{
+ */
+
+/** Kinds of file. Any other number is read as a TIFF file whose Photoshop resources are ignored. */
+enum { CELUMBRANT_IMAGE_TIFF = 0, CELUMBRANT_IMAGE_JPEG = 1, CELUMBRANT_IMAGE_PSD = 2 };
+
+/**
+ * @brief Reads the metadata of a photograph into a record.
+ *
+ * The TIFF structure is the whole file, the APP1 "Exif" segment of a JPEG file (its first APP1) or
+ * the EXIF resource of a Photoshop file. Of it the first three directories are read (only one when
+ * it has exactly 255 entries), with the EXIF and GPS directories that they name; where two of them
+ * give the same field, the later decides. The thumbnail is that of the second or third directory.
+ *
+ * Of a JPEG file also:
+ *  - the next APP1 within ten segments of the Exif segment, when it holds XMP: its lens name, and
+ *    its place when it holds settings of method 1, 2, 3, 10, 11, 12 or 15. embeddedXmp_len is then
+ *    the length of the segment, which is 31 bytes more than the packet's;
+ *  - the first APP13 "Photoshop 3.0" segment, as parse_photoshop_data reads it.
+ *
+ * The XMP packet and the IPTC block of a directory (tags 700 and 33723) are reported as they stand
+ * in its entry: their position counts from the start of the TIFF structure.
+ *
+ * @param nomfic  path of the file; NUL-terminated.
+ * @param imageType  one of CELUMBRANT_IMAGE_TIFF, _JPEG and _PSD, or another number, see there.
+ * @param[out] exifInfo  the record. It is cleared first, also when the file cannot be opened, and
+ *        keeps what was found before a failure.
+ * @return
+ *   1: the file was read to its end; the record holds what was found, possibly nothing.
+ *   -1: the file cannot be opened. A JPEG file does not begin with 0xFF 0xD8, or has five 0xFF
+ *       bytes where a marker code belongs, or a segment whose length is below 2. A Photoshop file
+ *       is shorter than 4 bytes or has no EXIF resource.
+ *   -2: a JPEG file has no APP1 before its image data or its end. A Photoshop file does not begin
+ *       with "8BPS". The TIFF structure begins with neither "II" nor "MM"; so does a JPEG file's
+ *       first APP1 when it is not an Exif segment.
+ *   -3: the TIFF structure's magic number is not 42. A Photoshop file has fewer than 3 channels, or
+ *       its colour mode is not RGB.
+ *   -10: what was read of a JPEG file is in the record, but the search for APP13 came to a byte
+ *       that is no marker, or to the end of the file.
+ *
+ * Printed on standard error: "too many padding bytes" for the five 0xFF bytes, "invalid marker" for
+ * the length below 2, each with a line feed.
+ */
+CELUMBRANT_META_API int getExifData(const char* nomfic, int imageType,
+                                    ExifInfo2* exifInfo) CELUMBRANT_META_NOEXCEPT;
+
+/**
+ * @brief Reads an EXIF directory: exposure, f-number, ISO, focal lengths, resolution, date.
+ *
+ * The exposure time comes from ExposureTime, else from ShutterSpeedValue; the f-number from
+ * FNumber, else from ApertureValue, else from MaxApertureValue, both as they stand; the ISO speed
+ * from ISOSpeedRatings, else from ExposureIndex. A rational whose denominator is not above 0 is
+ * passed over.
+ *
+ * @param ifp  stands at the directory's entry count; afterwards behind its last entry.
+ * @param breed  not used; the count of the entry that names the directory.
+ * @param order  byte order, as for fgetmi2.
+ * @param startTiffHeader  position of the TIFF header, from which offsets count.
+ * @param[in,out] exifInfo  fields whose tags are absent keep their values.
+ * @return 1 always.
+ */
+CELUMBRANT_META_API int parse_exif_data(FILE* ifp, int breed, short order, int startTiffHeader,
+                                        ExifInfo2* exifInfo) CELUMBRANT_META_NOEXCEPT;
+
+/**
+ * @brief Reads a GPS directory: position, altitude, time and date.
+ *
+ * Of a value with more than three rationals the first three are taken; one with fewer fills only
+ * its own. A date of fewer than 6 bytes is passed over. Nothing is validated.
+ *
+ * @param ifp  stands at the directory's entry count; afterwards behind its last entry.
+ * @param breed  not used; the count of the entry that names the directory.
+ * @param order  byte order, as for fgetmi2.
+ * @param startTiffHeader  position of the TIFF header, from which offsets count.
+ * @param[in,out] exifInfo  fields whose tags are absent keep their values.
+ * @return 1 always.
+ */
+CELUMBRANT_META_API int parse_gps_data(FILE* ifp, int breed, short order, int startTiffHeader,
+                                       ExifInfo2* exifInfo) CELUMBRANT_META_NOEXCEPT;
+
+/**
+ * @brief Finds the IPTC block and the thumbnail among Photoshop image resources.
+ *
+ * Resources are recognised at every byte, not only where the block before ends; of several of one
+ * kind the last counts. An IPTC resource must have an empty name.
+ *
+ * @param ifp  stands at the first resource; afterwards wherever the last read left it.
+ * @param breed  bytes to search from there; more than the stream has is harmless.
+ * @param[in,out] exifInfo  iptc_len and iptc_offset; thumb_width, _height, _row, _datalen and
+ *        _offset. What is not found keeps its values.
+ * @return the length of the thumbnail's JPEG data; 1 when there is no thumbnail; -4 when there is
+ * no memory for the resources, or breed is negative.
+ */
+CELUMBRANT_META_API int parse_photoshop_data(FILE* ifp, int breed,
+                                             ExifInfo2* exifInfo) CELUMBRANT_META_NOEXCEPT;
+
+/**
+ * @brief Loads an IPTC block.
+ *
+ * @param nomfic  path of the file; NUL-terminated.
+ * @param iptcLen  bytes of the block.
+ * @param iptcOffset  its position in the file.
+ * @param[out] iptcBuf  room for iptcLen bytes.
+ * @return
+ *   iptcLen: the block was read.
+ *   0: nothing was read, since iptcLen is 0 or less, or not below the length of the file, or
+ *      iptcOffset is negative.
+ *   -1: the file cannot be opened, or ends before the block does; or the length of the file and
+ *       iptcOffset add to less than 1.
+ *   -2: iptcBuf does not begin with 0x1C, the mark of IPTC data; also when the block was read
+ * short.
+ */
+CELUMBRANT_META_API int read_iptc(const char* nomfic, int iptcLen, int iptcOffset,
+                                  unsigned char* iptcBuf) CELUMBRANT_META_NOEXCEPT;
+
+/**
+ * @brief Loads an XMP packet and tells which method's settings it holds.
+ *
+ * @param nomfic  path of the file; NUL-terminated.
+ * @param xmpLen  bytes of the packet; the length that getExifData reports is good.
+ * @param xmpOffset  its position in the file.
+ * @param[in,out] xmpBuf  xmpLen + 1 bytes that the caller has set to zero. The last is not written;
+ *        where the file ends early, those behind it are not either.
+ * @return
+ *   -1: the file cannot be opened, or its length and xmpOffset add to less than 1.
+ *   0: nothing was read, since xmpLen is 0 or less, or not below the length of the file, or
+ *      xmpOffset is negative.
+ *   Otherwise the result of get_settings_from_xmp for CBTM_QUERY_METHOD.
+ */
+CELUMBRANT_META_API int extract_xmp(const char* nomfic, int xmpLen, int xmpOffset,
+                                    char* xmpBuf) CELUMBRANT_META_NOEXCEPT;
+
+/**
+ * @brief Decodes a camera's description text into exposure time and ISO speed.
+ *
+ * The text is a list with ", " between its fields. The 8th holds the exposure time, such as 1/250s;
+ * the 9th to 11th three numbers behind the letters R, G and B, such as R40. The ISO speed is 200,
+ * doubled for every full 30 of the mean of the largest and the smallest of the three.
+ *
+ * @param ifp  stands at the text; afterwards behind it.
+ * @param breed  bytes of the text; a NUL ends it earlier.
+ * @param[in,out] exifInfo  changed only when all three numbers were found: iso; exposure, when its
+ *        denominator is above 0; camera, which becomes 2 when numerator, denominator and the number
+ *        decoded last lie between 1 and 99998.
+ * @return the number decoded last, 0 when there is none; -1 when breed bytes cannot be read, breed
+ *         is 0 or less, or there is no memory for them.
+ */
+CELUMBRANT_META_API int parse_image_description(FILE* ifp, int breed,
+                                                ExifInfo2* exifInfo) CELUMBRANT_META_NOEXCEPT;
+
+/**
+ * @brief Gives a short name for an ICC profile, from its description (of ICC version 2).
+ *
+ * @param profileLen  bytes of the profile.
+ * @param profileBuf  the profile, read.
+ * @param[out] profileName32  32 bytes, all written: "sRGB", "Adobe RGB" or "ProPhoto RGB" when the
+ *        description holds that text, else its first 32 bytes, which may lack a NUL; zeros behind.
+ * @return 4, 9, 12 or 32, the bytes copied (32 also when the profile ends before); -1 when there is
+ *         no description.
+ */
+CELUMBRANT_META_API int get_profile_name(int profileLen, const unsigned char* profileBuf,
+                                         char* profileName32) CELUMBRANT_META_NOEXCEPT;
+
+/** @} */
+
+/**
+ * @defgroup flat_arrays Flat arrays
+ *
+ * The metadata that a host keeps beside each picture: two arrays of integers. A fraction takes two
+ * slots, numerator and denominator, and is present when both are above 0. A text takes four bytes
+ * of a slot, from the array's first byte on as they lie in memory; it is present when its first
+ * byte is not NUL, and one that fills its range has no NUL.
+ *
+ * Slots 4 and 7 to 9 of exifBuf and the bytes 83 and 95 of gpsBuf are never written; nor are the
+ * two slots of a fraction that is not known. So clear the arrays before they are filled again.
+ * @{
+ */
+
+/** Integers in the two arrays, at least. */
+enum { CELUMBRANT_EXIF_SLOTS = 60, CELUMBRANT_GPS_SLOTS = 24 };
+
+/** Slots of exifBuf. A fraction stands by its numerator; its denominator follows. */
+enum {
+  CELUMBRANT_EXIF_EXPOSURE = 0,      /**< fraction: exposure time, seconds */
+  CELUMBRANT_EXIF_APERTURE = 2,      /**< fraction: f-number */
+  CELUMBRANT_EXIF_ISO = 5,           /**< ISO speed */
+  CELUMBRANT_EXIF_CAMERA = 6,        /**< camera code */
+  CELUMBRANT_EXIF_FOCAL_LENGTH = 10, /**< fraction: millimetres */
+  CELUMBRANT_EXIF_FOCAL_35 = 12,     /**< focal length in 35 mm film, millimetres */
+  CELUMBRANT_EXIF_FPX_RES = 13,      /**< fraction: focal-plane X resolution */
+  CELUMBRANT_EXIF_FP_UNIT = 15,      /**< its unit: 2 inch, 3 centimetre */
+  CELUMBRANT_EXIF_THUMB_OFFSET = 16, /**< position of the thumbnail in the file */
+  CELUMBRANT_EXIF_THUMB_LEN = 17,    /**< its bytes */
+  CELUMBRANT_EXIF_IPTC_OFFSET = 18,  /**< position of the IPTC block */
+  CELUMBRANT_EXIF_IPTC_LEN = 19,     /**< its bytes */
+  CELUMBRANT_EXIF_ORIENTATION = 20,  /**< 1 to 8 */
+  CELUMBRANT_EXIF_XMP_OFFSET = 21,   /**< position of the XMP packet */
+  CELUMBRANT_EXIF_XMP_LEN = 22,      /**< its bytes */
+  CELUMBRANT_EXIF_MODEL = 23,        /**< text of CELUMBRANT_MODEL_BYTES */
+  CELUMBRANT_EXIF_DATE_TIME = 39,    /**< text of CELUMBRANT_DATE_TIME_BYTES */
+  CELUMBRANT_EXIF_LENS = 44          /**< text of CELUMBRANT_LENS_BYTES */
+};
+
+/** Slots of gpsBuf. A triple is three fractions: degrees or hours, minutes, seconds. */
+enum {
+  CELUMBRANT_GPS_LATITUDE = 0,   /**< triple */
+  CELUMBRANT_GPS_LONGITUDE = 6,  /**< triple */
+  CELUMBRANT_GPS_ALTITUDE = 12,  /**< fraction: metres */
+  CELUMBRANT_GPS_TIMESTAMP = 14, /**< triple */
+  CELUMBRANT_GPS_REFS = 20,      /**< the three bytes below */
+  CELUMBRANT_GPS_DATESTAMP = 21  /**< text of CELUMBRANT_DATESTAMP_BYTES */
+};
+
+/** Bytes of gpsBuf. */
+enum {
+  CELUMBRANT_GPS_BYTE_LAT_REF = 80,  /**< 'N' or 'S' */
+  CELUMBRANT_GPS_BYTE_LONG_REF = 81, /**< 'E' or 'W' */
+  CELUMBRANT_GPS_BYTE_ALT_REF = 82   /**< 0 above sea level, 1 below */
+};
+
+/** Bytes of the texts. */
+enum {
+  CELUMBRANT_MODEL_BYTES = 64,
+  CELUMBRANT_DATE_TIME_BYTES = 20,
+  CELUMBRANT_LENS_BYTES = 64,
+  CELUMBRANT_DATESTAMP_BYTES = 11
+};
+
+/**
+ * @brief Fills the flat arrays from a record.
+ *
+ * A float of 1 or more becomes hundredths, cut: 2.5 is 250/100. One between 0 and 1 becomes 100
+ * over the hundredths of its inverse, cut: 0.5 is 100/200, and 0.004, which no float holds exactly,
+ * is 100/24999. What no int holds becomes 2147483647. One of 0 or less, or not a number, leaves
+ * both slots as they were.
+ *
+ * @param exifInfo  the record, read.
+ * @param[out] exifBuf  at least 60 integers, written as listed above.
+ * @param[out] gpsBuf  at least 24 integers, likewise.
+ * @return exifBuf[CELUMBRANT_EXIF_EXPOSURE] as it is then: what it was before when the record has
+ * no exposure time.
+ */
+CELUMBRANT_META_API int metadataBufFromExifInfo(const ExifInfo2* exifInfo, int* exifBuf,
+                                                int* gpsBuf) CELUMBRANT_META_NOEXCEPT;
+
+/**
+ * @brief Reads the metadata of a photograph into the flat arrays.
+ *
+ * The file is read as by getExifData, which also tells what is printed. Its result is not reported:
+ * from a file that cannot be read come a cleared record's values.
+ *
+ * @param nomfic  path of the file; NUL-terminated.
+ * @param imageType  as for getExifData.
+ * @param[out] exifBuf  at least 60 integers.
+ * @param[out] gpsBuf  at least 24 integers.
+ * @return the result of metadataBufFromExifInfo.
+ */
+CELUMBRANT_META_API int get_exif_data(const char* nomfic, int imageType, int* exifBuf,
+                                      int* gpsBuf) CELUMBRANT_META_NOEXCEPT;
+
+/** @} */
 
 /**
  * @defgroup settings Settings
