@@ -414,6 +414,130 @@ CELUMBRANT_META_API int get_exif_data(const char* nomfic, int imageType, int* ex
 /** @} */
 
 /**
+ * @defgroup writers Metadata writers
+ *
+ * What is made from the flat arrays, or put into blocks and files that exist.
+ * @{
+ */
+
+/** Bytes that a make needs, and that every EXIF block fits in. */
+enum { CELUMBRANT_MAKE_BYTES = 64, CELUMBRANT_EXIF_BLOCK_MAX = 472 };
+
+/**
+ * @brief Counts what the EXIF and the GPS directory of the flat arrays will hold.
+ *
+ * A fraction is an entry when both its slots are above 0, a number when it is above 0, a text when
+ * its first byte is not NUL, a GPS reference when it is above 0 as a signed byte. The make, which
+ * the arrays do not hold, follows from how the model begins.
+ *
+ * @param exifBuf  60 integers, read.
+ * @param[out] pExifCount  entries of the EXIF directory, 0 to 5.
+ * @param[out] pExifDataLen  bytes of their values behind it, 0 to 45.
+ * @param gpsBuf  24 integers, read.
+ * @param[out] pGpsCount  entries of the GPS directory, its version included, 0 to 9.
+ * @param[out] pGpsDataLen  bytes of their values behind it, 0 to 91.
+ * @param[out] pModelLen  bytes of the model with its NUL, 0 to 64; 63 when it fills its range.
+ * @param[out] pMakeLen  bytes of the make with its NUL; 0 when the model tells none.
+ * @param[out] pDatetimeLen  bytes of the date and time with its NUL, 0 to 21.
+ * @param[out] pGpsDateLen  11, or 0 when there is no date.
+ * @param[out] pLensInfoLen  bytes of the lens name, counted like the model's.
+ * @param[out] pMakeInfo  64 bytes, all written: the make and zeros.
+ * @return the number of entries in both directories.
+ */
+CELUMBRANT_META_API int get_exif_count(const int* exifBuf, int* pExifCount, int* pExifDataLen,
+                                       const int* gpsBuf, int* pGpsCount, int* pGpsDataLen,
+                                       int* pModelLen, int* pMakeLen, int* pDatetimeLen,
+                                       int* pGpsDateLen, int* pLensInfoLen,
+                                       char* pMakeInfo) CELUMBRANT_META_NOEXCEPT;
+
+/**
+ * @brief Writes an EXIF block: a little-endian TIFF structure with make, model, orientation and the
+ * two directories, for instance for the APP1 segment of a JPEG, behind "Exif" and two NULs.
+ *
+ * Every size is what get_exif_count gave for the same arrays.
+ *
+ * @param exifCount, exifDataLen, gpsCount, gpsDataLen  entries and bytes of the two directories.
+ * @param modelLen, makeLen, datetimeLen, gpsDatestampLen  bytes of the texts.
+ * @param orientationVal  1 to 8; any other number is written as 1.
+ * @param exifBuf  60 integers, read.
+ * @param gpsBuf  24 integers, read.
+ * @param pMakeInfo  the make, makeLen bytes, read.
+ * @param[out] exif_data_ptr  as many bytes as the result says; 472 suffice for sizes that
+ * get_exif_count gave. Bytes that no value needs are not written (the last two of orientation and
+ * ISO speed, the last three of a GPS reference): so hand over zeros.
+ * @return the bytes of the block, whatever the arrays hold never more than the sizes add up to; -1,
+ *         and nothing is written, when there is neither make nor model nor an entry of either
+ *         directory, or when a size lies outside what get_exif_count can give.
+ */
+CELUMBRANT_META_API int write_exif_buf(int exifCount, int exifDataLen, int gpsCount, int gpsDataLen,
+                                       int modelLen, int makeLen, int datetimeLen,
+                                       int gpsDatestampLen, int orientationVal, const int* exifBuf,
+                                       const int* gpsBuf, const char* pMakeInfo,
+                                       unsigned char* exif_data_ptr) CELUMBRANT_META_NOEXCEPT;
+
+/**
+ * @brief Copies an IPTC block with one more keyword, behind the last keyword that it holds, else
+ * behind the last data set of its second record, else behind its first data set.
+ *
+ * @param lenIn  bytes of the block; 0 for none: then a new block is made, with its version first.
+ * @param iptcBufIn  the block, read; may be NULL when lenIn is 0.
+ * @param lenKeyword  bytes of the keyword; IPTC readers take up to 64, a data set up to 32767.
+ * @param strKeyword  the keyword, read; needs no NUL.
+ * @param[out] iptcBufOut  lenIn + 5 + lenKeyword bytes, all written; 12 + lenKeyword when lenIn is
+ *        0. Must not overlap iptcBufIn.
+ * @return the position of the keyword's data set in iptcBufOut; -1, and nothing is written, when
+ *         the data set that it would follow reaches beyond the block, the block is too short for
+ *         one, or a length is negative.
+ */
+CELUMBRANT_META_API int add_iptc_keyword(int lenIn, const unsigned char* iptcBufIn, int lenKeyword,
+                                         const char* strKeyword,
+                                         unsigned char* iptcBufOut) CELUMBRANT_META_NOEXCEPT;
+
+/**
+ * @brief Finds an entry in a little-endian TIFF file's chain of directories.
+ *
+ * EXIF and GPS directories are not searched. A chain of more than 65,536 directories counts as a
+ * loop, and the search ends after 2,000,000 entries.
+ *
+ * @param ifp  stands at the file's first byte; afterwards anywhere.
+ * @param requestedTag  the tag.
+ * @param[out] tagLen  the entry's count; untouched when it is not found.
+ * @param[out] tagVal  the first number when the entry is of one or two SHORTs, else its last four
+ *        bytes: a value or an offset; untouched when it is not found.
+ * @return
+ *   above 0: the position of the entry in the file.
+ *   -1: no directory has the tag.
+ *   -2: not a little-endian TIFF file, or a directory without entries.
+ *   -3: a directory lies where no file can have it, or the chain is cut off by the file's end.
+ */
+CELUMBRANT_META_API int get_tif_tag(FILE* ifp, int requestedTag, int* tagLen,
+                                    int* tagVal) CELUMBRANT_META_NOEXCEPT;
+
+/**
+ * @brief Gives a little-endian TIFF file another ICC profile, at its end; nothing else changes but
+ * the count and offset of the profile's entry.
+ *
+ * The profile is appended first and the entry changed last: when the disk is full, or the machine
+ * stops in between, the file has its old profile. The old profile's bytes stay in the file.
+ *
+ * @param newLenProfile  bytes of the profile.
+ * @param newProfileBuf  the profile, read.
+ * @param inputFile  path of the file; NUL-terminated.
+ * @return
+ *   newLenProfile: done.
+ *   0: the file has no profile's entry, or is not a little-endian TIFF file; unchanged.
+ *   -1: the file cannot be opened, which is printed on standard error: "Can not open input file for
+ *       reading\n", "... for appending\n" or "... for update\n"; or the entry is gone meanwhile.
+ *   -2: something was not written, newLenProfile is negative, the entry is cut off, or the file has
+ *       4 GiB or more: the old profile holds. Also for a newLenProfile of 0, but then the entry is
+ *       changed: its count is 0.
+ */
+CELUMBRANT_META_API int update_tif_profile(int newLenProfile, const unsigned char* newProfileBuf,
+                                           const char* inputFile) CELUMBRANT_META_NOEXCEPT;
+
+/** @} */
+
+/**
  * @defgroup settings Settings
  *
  * The settings of one tone mapping or exposure fusion are a method number and a vector of

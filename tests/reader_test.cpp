@@ -20,6 +20,7 @@
 #include <sstream>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <vector>
 
 #include "support/failing_memory.h"
@@ -63,8 +64,10 @@ ExifInfo2 cleared() {
 void describe(std::ostream& out, const char* name, const char* text) {
   if (*text != '\0') out << name << "='" << text << "' ";
 }
-void describe(std::ostream& out, const char* name, double number) {
-  if (number != 0) out << name << '=' << number << ' ';
+template <typename Number>
+requires std::is_arithmetic_v<Number>
+void describe(std::ostream& out, const char* name, Number number) {
+  if (number != 0) out << name << '=' << +number << ' ';
 }
 template <std::size_t n>
 void describe(std::ostream& out, const char* name, const int (&numbers)[n]) {
