@@ -538,6 +538,81 @@ CELUMBRANT_META_API int update_tif_profile(int newLenProfile, const unsigned cha
 /** @} */
 
 /**
+ * @defgroup tiff TIFF writer
+ *
+ * The main job: a result picture saved as a TIFF file that carries the photograph's metadata again.
+ * @{
+ */
+
+/** Entries of dimInfos, at least CELUMBRANT_DIM_ENTRIES integers; the others are not read. */
+enum {
+  CELUMBRANT_DIM_WIDTH = 0,  /**< pixels, 1 or more */
+  CELUMBRANT_DIM_HEIGHT = 1, /**< rows, 0 or more */
+  CELUMBRANT_DIM_SAMPLES =
+      2, /**< of a pixel in the buffer: 1 grey, 2 and alpha, 3 RGB, 4 and alpha */
+  CELUMBRANT_DIM_DEPTH = 3,       /**< 8 or 16: unsigned integers; or one of the two below */
+  CELUMBRANT_DIM_DPI = 4,         /**< pixels per inch */
+  CELUMBRANT_DIM_PROFILE_LEN = 6, /**< bytes of the ICC profile, 0 for none */
+  CELUMBRANT_DIM_16_TO_8 = 7,     /**< 1: 16-bit samples in the buffer, with a depth of 8; else 0 */
+  CELUMBRANT_DIM_ORIENTATION = 10, /**< 1 to 8; any other number is written as 1 */
+  CELUMBRANT_DIM_ENTRIES = 11
+};
+
+/** Depths of floating-point samples. */
+enum {
+  CELUMBRANT_DEPTH_FLOAT = 32, /**< 32-bit IEEE 754 */
+  CELUMBRANT_DEPTH_HALF = 3216 /**< 16-bit IEEE 754, in the buffer and in the file */
+};
+
+/**
+ * @brief Saves a picture as a TIFF file with its metadata.
+ *
+ * The file is little-endian, uncompressed, in one strip, and is written from beginning to end
+ * without a seek: it may be a pipe. Alpha is not written. Make, model, EXIF and GPS values come from
+ * the flat arrays. Above the buffers, some 1.1 MiB and the size of the metadata are taken.
+ *
+ * Of XMP packets one goes into the file: the caller's when it holds settings of method 1, 2, 3, 10,
+ * 11 or 15, or when tmMethod is 0 or less; else one with the settings, when tmMethod is above 0,
+ * and the lens name of exifBuf; when there is neither, none.
+ *
+ * @param inBuf  the pixels, read: rows from the top, samples of a pixel side by side, little-endian;
+ *        of as many bytes as dimInfos and bpr say.
+ * @param dimInfos  at least 11 integers, see above.
+ * @param bpr  from the start of a row in inBuf to the next: bytes; 16-bit samples when
+ *        CELUMBRANT_DIM_16_TO_8 is 1.
+ * @param profileBuf  the ICC profile, read; one of more than 20 bytes whose colour space (bytes 16 to
+ *        18) is not "RGB" is left out. May be NULL when there is none.
+ * @param exifBuf  60 integers, read.
+ * @param gpsBuf  24 integers, read.
+ * @param iptc_len  bytes of the IPTC block, 0 for none; zeros fill it up to a multiple of 4.
+ * @param iptc_buf  the block, read; may be NULL when there is none.
+ * @param tmMethod  the method number of the settings to write; 0 or less: none.
+ * @param tmParam  60 floats, read; may be NULL when tmMethod is 0 or less.
+ * @param xmp_len  bytes of the caller's packet, 0 or less for none.
+ * @param xmp_buf  the packet, read; may be NULL when there is none. A NUL at its end is not written;
+ *        with a tmMethod below 0 its last byte is not, whatever it is.
+ * @param nomfic  path of the file; NUL-terminated. One that exists is replaced.
+ * @return
+ *   0 or above: done; the rows that the last write of pixels held, 0 for a picture without rows.
+ *   -1: the file cannot be opened, which is printed on standard error ("Could not open for writing
+ *       file:  " and the name); or no memory for the metadata: the file ends behind the pixels.
+ *   -2: the header was not written.
+ *   -3: rows were not written: the file holds those before.
+ *   -4: no memory for the rows: the file holds the header.
+ *   -5: a number in dimInfos is none of those above, a length is negative, or the file would have
+ *       4 GiB or more; no file is touched.
+ *   -12: the metadata did not reach the file.
+ *   A file that was not written whole is closed and left as it is.
+ */
+CELUMBRANT_META_API int buf2tif(const unsigned char* inBuf, const int* dimInfos, int bpr,
+                                const unsigned char* profileBuf, const int* exifBuf,
+                                const int* gpsBuf, int iptc_len, const unsigned char* iptc_buf,
+                                int tmMethod, const float* tmParam, int xmp_len,
+                                const char* xmp_buf, const char* nomfic) CELUMBRANT_META_NOEXCEPT;
+
+/** @} */
+
+/**
  * @defgroup settings Settings
  *
  * The settings of one tone mapping or exposure fusion are a method number and a vector of

@@ -79,6 +79,14 @@ struct Directory {
   int text_length;
 };
 
+inline Directory exif_directory(const int* exifBuf, int datetimeLen) {
+  return {kExifRows, exifBuf, datetimeLen};
+}
+
+inline Directory gps_directory(const int* gpsBuf, int gpsDatestampLen) {
+  return {kGpsRows, gpsBuf, gpsDatestampLen};
+}
+
 inline bool is_present(const Directory& directory, const DirectoryRow& row) {
   const int* const slots = directory.slots;
   switch (row.value) {
@@ -131,17 +139,28 @@ inline void write_text(ByteWriter& out, const char* bytes, int length, int held)
   out.zeros(static_cast<std::size_t>(std::max(length - held, 0)));
 }
 
-// A text of up to four bytes stands in the entry itself, where readers look for it: the bytes that
+struct EntryHead {
+  int tag;
+  int type;
+  int count;
+};
+
+// A value of up to four bytes stands in the entry itself, where readers look for it: the bytes that
 // are laid out for it at the offset are then referred to by nothing.
-inline void write_text_entry(ByteWriter& out, int tag, const char* bytes, int length,
-                             std::size_t offset) {
-  write_entry_head(out, tag, kTypeAscii, length);
+inline void write_bytes_entry(ByteWriter& out, EntryHead head, const char* bytes, int length,
+                              std::uint64_t offset) {
+  write_entry_head(out, head.tag, head.type, head.count);
   if (length > kValueFieldBytes) return out.u32(static_cast<std::uint32_t>(offset));
   write_text(out, bytes, kValueFieldBytes, length);
 }
 
+inline void write_text_entry(ByteWriter& out, int tag, const char* text, int length,
+                             std::uint64_t offset) {
+  write_bytes_entry(out, {tag, kTypeAscii, length}, text, length, offset);
+}
+
 inline void write_entry(ByteWriter& out, const Directory& directory, const DirectoryRow& row,
-                        std::size_t value_offset) {
+                        std::uint64_t value_offset) {
   if (row.value == RowValue::kText) {
     return write_text_entry(out, row.tag, bytes_from(directory.slots, row.source),
                             directory.text_length, value_offset);
@@ -173,13 +192,13 @@ inline void write_value(ByteWriter& out, const Directory& directory, const Direc
 // it the values in the order of their entries. Bytes that a value leaves free in its entry keep
 // what the buffer holds.
 inline void write_directory(ByteWriter& out, const Directory& directory, int entries,
-                            std::size_t offset) {
+                            std::uint64_t offset) {
   out.u16(entries);
-  std::size_t value_offset = offset + static_cast<std::size_t>(directory_bytes(entries));
+  std::uint64_t value_offset = offset + static_cast<std::uint64_t>(directory_bytes(entries));
   for (const DirectoryRow& row : directory.rows) {
     if (!is_present(directory, row)) continue;
     write_entry(out, directory, row, value_offset);
-    value_offset += static_cast<std::size_t>(bytes_behind(directory, row));
+    value_offset += static_cast<std::uint64_t>(bytes_behind(directory, row));
   }
   out.u32(0);  // no next directory
   for (const DirectoryRow& row : directory.rows) {

@@ -131,14 +131,6 @@ int datestamp_length(const int* gpsBuf) {
   return *bytes_from(gpsBuf, CELUMBRANT_GPS_DATESTAMP) != '\0' ? CELUMBRANT_DATESTAMP_BYTES : 0;
 }
 
-Directory exif_directory(const int* exifBuf, int datetimeLen) {
-  return {kExifRows, exifBuf, datetimeLen};
-}
-
-Directory gps_directory(const int* gpsBuf, int gpsDatestampLen) {
-  return {kGpsRows, gpsBuf, gpsDatestampLen};
-}
-
 std::string_view make_of(std::string_view model) {
   const auto* const row = std::ranges::find_if(
       kMakes, [&](const MakeOfModel& m) { return model.starts_with(m.prefix); });

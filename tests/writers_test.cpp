@@ -21,50 +21,12 @@
 #include <string_view>
 #include <vector>
 
+#include "support/flat_arrays.h"
 #include "support/programs.h"
 
 namespace {
 
 using namespace std::string_literals;
-
-std::string le(unsigned long value, int bytes) {
-  std::string text;
-  for (int i = 0; i < bytes; ++i) text += static_cast<char>(value >> (8 * i) & 0xFF);
-  return text;
-}
-
-std::string entry(int tag, int type, unsigned long count, const std::string& field) {
-  return le(static_cast<unsigned long>(tag), 2) + le(static_cast<unsigned long>(type), 2) + le(count, 4) + field;
-}
-
-// The flat arrays of a photograph.
-struct Arrays {
-  std::array<int, CELUMBRANT_EXIF_SLOTS> exif{};
-  std::array<int, CELUMBRANT_GPS_SLOTS> gps{};
-
-  static Arrays of_photo(std::string_view model = "Canon EOS 5D") {
-    Arrays arrays;
-    const std::pair<int, int> slots[] = {{0, 100}, {1, 24999}, {2, 800}, {3, 100}, {5, 100}, {10, 5000}, {11, 100}};
-    for (const auto& [slot, value] : slots) arrays.exif[static_cast<std::size_t>(slot)] = value;
-    arrays.exif_text(CELUMBRANT_EXIF_MODEL, model);
-    arrays.exif_text(CELUMBRANT_EXIF_DATE_TIME, "2015:06:01 12:00:00");
-    return arrays;
-  }
-  Arrays& exif_text(int slot, std::string_view text) {
-    std::memcpy(exif.data() + slot, text.data(), text.size());
-    return *this;
-  }
-  Arrays& gps_bytes(int position, std::string_view text) {
-    std::memcpy(reinterpret_cast<char*>(gps.data()) + position, text.data(), text.size());
-    return *this;
-  }
-  // 47 36'30" N, 7 35'15.5" W, with a date; no altitude and no time.
-  Arrays& with_position() {
-    const int values[] = {47, 1, 36, 1, 30, 1, 7, 1, 35, 1, 155, 10};
-    std::ranges::copy(values, gps.begin());
-    return gps_bytes(80, "NW").gps_bytes(84, "2015:06:01");
-  }
-};
 
 struct Counts {
   int exif = -9, exif_data = -9, gps = -9, gps_data = -9, model = -9, make = -9, date_time = -9, date = -9, lens = -9;
@@ -250,11 +212,6 @@ std::string with_keyword(const std::string& block, const std::string& keyword, i
   return out;
 }
 
-std::string data_set(int record, int number, const std::string& data) {
-  return "\x1C"s + static_cast<char>(record) + static_cast<char>(number) + static_cast<char>(data.size() >> 8) +
-         static_cast<char>(data.size()) + data;
-}
-
 TEST(IptcKeyword, GoesBehindTheLastOneOrWhatStandsForIt) {
   const std::string version = data_set(2, 0, "\0\2"s);
   const std::string key = data_set(2, 25, "ab");
@@ -283,20 +240,6 @@ TEST(IptcKeyword, GoesBehindTheLastOneOrWhatStandsForIt) {
     with_keyword(broken, "new", -1);
   }
   EXPECT_EQ(add_iptc_keyword(0, nullptr, -1, nullptr, nullptr), -1);
-}
-
-std::string temporary(const std::string& name) {
-  return testing::TempDir() + "celumbrant_" + name;
-}
-
-void write_file(const std::string& name, const std::string& bytes) {
-  std::ofstream(name, std::ios::binary) << bytes;
-}
-
-std::string read_file(const std::string& name) {
-  std::ostringstream bytes;
-  bytes << std::ifstream(name, std::ios::binary).rdbuf();
-  return bytes.str();
 }
 
 TEST(TiffTag, IsFoundInTheChainOrNot) {
@@ -451,20 +394,6 @@ TEST(OtherReaders, ReadTheKeywordsInOrder) {
   const std::string name = jpeg_with(temporary("iptc.jpg"), segment(0xED, "Photoshop 3.0\0"s + resource + "\0"s));
   EXPECT_EQ(output_of("exiftool -s3 -sep '|' -IPTC:Keywords -warning -error " + name),
             "harbour|night|three brackets\n");
-}
-
-// An ICC profile that is no more than its header and a description.
-std::string icc_profile(const std::string& description) {
-  const auto be = [](std::size_t value) {
-    std::string t = le(value, 4);
-    std::ranges::reverse(t);
-    return t;
-  };
-  std::string desc = "desc"s + be(0) + be(description.size() + 1) + description + std::string(79, '\0');
-  std::string profile =
-      be(144 + desc.size()) + std::string(4, '\0') + "\2\x20\0\0mntrRGB XYZ "s + std::string(12, '\0') + "acsp"s;
-  profile.resize(128);
-  return profile + be(1) + "desc" + be(144) + be(desc.size()) + desc;
 }
 
 TEST(OtherReaders, SeeTheSecondProfileAndEveryPixel) {

@@ -1,0 +1,567 @@
+// SPDX-License-Identifier: MIT
+//
+// A result picture as a TIFF file: little-endian, one uncompressed strip, written from its first
+// byte to its last without a seek, so that it can go to a pipe. Nothing is aligned.
+//
+//   0         "II", 42, the offset of directory 0
+//   8         the strip: rows of pixels of 1 or 3 samples, without padding
+//   ifddebut  directory 0, its values, the EXIF and the GPS directory: see Layout
+//
+// What stands where is laid out before the first byte is written; entries take their offsets from
+// the layout, never from where the writer has come to.
+
+#include <CelumbrantMetaLib.h>
+
+#include <algorithm>
+#include <array>
+#include <climits>
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <optional>
+#include <string_view>
+
+#include "byte_writer.h"
+#include "diagnostics.h"
+#include "exif_directories.h"
+#include "file.h"
+#include "tiff_format.h"
+
+namespace celumbrant {
+namespace {
+
+constexpr int kRefused = -5;
+constexpr int kCannotOpen = -1;
+constexpr int kHeaderNotWritten = -2;
+constexpr int kRowsNotWritten = -3;
+constexpr int kNoMemoryForRows = -4;
+constexpr int kNoMemoryForBlock = -1;
+constexpr int kBlockNotWritten = -12;
+
+// ---- What is asked for -------------------------------------------------------------------------
+
+struct Picture {
+  const unsigned char* inBuf;
+  std::ptrdiff_t row_pitch;  // bytes
+  int iMax;
+  int jMax;
+  int sppIn;
+  int sppOut;
+  int bpsOut;
+  int nOctet;
+  bool is_float;
+  bool is16to8;
+  int dpi;
+  int orientation;
+
+  std::size_t width() const { return static_cast<std::size_t>(iMax); }
+  // Bytes of a row in the file, and of as many samples as a row has in the buffer.
+  std::uint64_t row_bytes() const {
+    return std::uint64_t{width()} * samples(sppOut) * samples(nOctet);
+  }
+  std::uint64_t row_bytes_in() const {
+    return std::uint64_t{width()} * samples(sppIn) * samples(nOctet);
+  }
+
+ private:
+  static std::size_t samples(int number) { return static_cast<std::size_t>(number); }
+};
+
+struct SampleWidth {
+  int code;
+  int bpsOut;
+  bool is_float;
+};
+
+constexpr SampleWidth kSampleWidths[] = {{8, 8, false},
+                                         {16, 16, false},
+                                         {CELUMBRANT_DEPTH_FLOAT, 32, true},
+                                         {CELUMBRANT_DEPTH_HALF, 16, true}};
+
+// None for what no file can be made of.
+std::optional<Picture> picture_of(const unsigned char* inBuf, const int* dimInfos, int bpr) {
+  const int code = dimInfos[CELUMBRANT_DIM_DEPTH];
+  const int sppIn = dimInfos[CELUMBRANT_DIM_SAMPLES];
+  const int is16to8 = dimInfos[CELUMBRANT_DIM_16_TO_8];
+  const int orientation = dimInfos[CELUMBRANT_DIM_ORIENTATION];
+  const auto width = std::ranges::find(kSampleWidths, code, &SampleWidth::code);
+  if (width == std::end(kSampleWidths) || sppIn < 1 || sppIn > 4) return std::nullopt;
+  if (dimInfos[CELUMBRANT_DIM_WIDTH] < 1 || dimInfos[CELUMBRANT_DIM_HEIGHT] < 0)
+    return std::nullopt;
+  if (is16to8 != 0 && (is16to8 != 1 || code != 8)) return std::nullopt;
+  constexpr int kBytesOf16 = 2;
+  return Picture{.inBuf = inBuf,
+                 .row_pitch = std::ptrdiff_t{bpr} * (is16to8 == 1 ? kBytesOf16 : 1),
+                 .iMax = dimInfos[CELUMBRANT_DIM_WIDTH],
+                 .jMax = dimInfos[CELUMBRANT_DIM_HEIGHT],
+                 .sppIn = sppIn,
+                 .sppOut = sppIn > 2 ? 3 : 1,
+                 .bpsOut = width->bpsOut,
+                 .nOctet = width->bpsOut / CHAR_BIT,
+                 .is_float = width->is_float,
+                 .is16to8 = is16to8 == 1,
+                 .dpi = dimInfos[CELUMBRANT_DIM_DPI],
+                 .orientation = orientation >= 1 && orientation <= 8 ? orientation : 1};
+}
+
+// The packet that goes into the file: the caller's, or one that is made for the settings and the
+// lens name. Nothing when neither is there.
+struct XmpBlock {
+  const char* packet = nullptr;  // the caller's
+  int tmMethod = 0;
+  const float* tmParam = nullptr;
+  int lensInfoLen = 0;
+  std::array<char, CELUMBRANT_LENS_BYTES> lens_info{};
+  int lSettings = 0;
+  Scratch extended_xmp_buf{};
+
+  int embed(int embedType, char* xmpData) const {
+    return embed_xmp(embedType, tmMethod, tmParam, lensInfoLen, lens_info.data(), xmpData);
+  }
+};
+
+struct Metadata {
+  const int* exifBuf;
+  const int* gpsBuf;
+  int exifCount = 0;
+  int exifDataLen = 0;
+  int gpsCount = 0;
+  int gpsDataLen = 0;
+  int modelLen = 0;
+  int makeLen = 0;
+  int datetimeLen = 0;
+  int gpsDatestampLen = 0;
+  int lensInfoLen = 0;
+  std::array<char, CELUMBRANT_MAKE_BYTES> pMakeInfo{};
+  const char* profile = nullptr;
+  int lProfil = 0;
+  const char* iptc = nullptr;
+  int iptc_len = 0;
+  XmpBlock xmp{};
+
+  Directory exif() const { return exif_directory(exifBuf, datetimeLen); }
+  Directory gps() const { return gps_directory(gpsBuf, gpsDatestampLen); }
+  int exifTotalLen() const { return exifCount > 0 ? directory_bytes(exifCount) + exifDataLen : 0; }
+  int gpsTotalLen() const { return gpsCount > 0 ? directory_bytes(gpsCount) + gpsDataLen : 0; }
+  std::int64_t iptc_lenPadded() const { return (std::int64_t{iptc_len} + 3) / 4 * 4; }
+};
+
+void count_entries(Metadata& metadata) {
+  get_exif_count(metadata.exifBuf, &metadata.exifCount, &metadata.exifDataLen, metadata.gpsBuf,
+                 &metadata.gpsCount, &metadata.gpsDataLen, &metadata.modelLen, &metadata.makeLen,
+                 &metadata.datetimeLen, &metadata.gpsDatestampLen, &metadata.lensInfoLen,
+                 metadata.pMakeInfo.data());
+}
+
+// Only profiles of RGB spaces go into the file; what is too short to tell goes as it is.
+int length_of_profile(const unsigned char* profileBuf, int lProfil) {
+  constexpr int kTooShortToTell = 20;
+  constexpr int kColourSpace = 16;
+  if (lProfil <= kTooShortToTell) return lProfil;
+  return std::memcmp(profileBuf + kColourSpace, "RGB", 3) == 0 ? lProfil : 0;
+}
+
+// Whether a packet with settings of this method is kept when others are to be written.
+bool keeps_settings(int method) {
+  constexpr int kKept[] = {CBTM_TEXTURE_SCULPTOR, CBTM_RANGE_FLATTENER,  CBTM_BRILLIANCE_REFINER,
+                           CBTM_BLEND_LIFELIKE,   CBTM_BLEND_EXPRESSIVE, CBTM_BLEND_ROOMSCAPE};
+  return std::ranges::find(kKept, method) != std::end(kKept);
+}
+
+// A packet that needs a NUL at its end gets it in a copy; without memory it stays as it is.
+void terminate_packet(XmpBlock& xmp, const char*& packet, int& xmp_len) {
+  if (xmp_len == INT_MAX || packet[xmp_len - 1] == '\0') return;
+  const auto bytes = static_cast<std::size_t>(xmp_len);
+  xmp.extended_xmp_buf = zeroed_scratch(bytes + 1);
+  if (!xmp.extended_xmp_buf) return;
+  std::memcpy(xmp.extended_xmp_buf.get(), packet, bytes);
+  packet = xmp.extended_xmp_buf.get();
+  ++xmp_len;
+}
+
+// The caller's packet goes into the file unless it holds no settings and others are to be written.
+// Its last byte, the NUL, does not.
+bool takes_callers_packet(XmpBlock& xmp, const char* packet, int xmp_len, int tmMethod) {
+  if (xmp_len <= 0) return false;
+  if (tmMethod == 0) terminate_packet(xmp, packet, xmp_len);
+  const int held = get_settings_from_xmp(CBTM_QUERY_METHOD, xmp_len, packet, nullptr, nullptr);
+  if (!keeps_settings(held) && tmMethod > 0) return false;
+  xmp.packet = packet;
+  xmp.lSettings = xmp_len - 1;
+  return true;
+}
+
+XmpBlock choose_xmp(const Metadata& metadata, int tmMethod, const float* tmParam, int xmp_len,
+                    const char* xmp_buf) {
+  XmpBlock xmp;
+  if (takes_callers_packet(xmp, xmp_buf, xmp_len, tmMethod)) return xmp;
+  if (tmMethod <= 0 && metadata.lensInfoLen <= 0) return xmp;
+  xmp.tmMethod = tmMethod;
+  xmp.tmParam = tmParam;
+  xmp.lensInfoLen = metadata.lensInfoLen;
+  std::copy_n(bytes_from(metadata.exifBuf, CELUMBRANT_EXIF_LENS), metadata.lensInfoLen,
+              xmp.lens_info.begin());
+  xmp.lSettings = xmp.embed(CBTM_MEASURE, nullptr) + 1;  // a blank follows it
+  return xmp;
+}
+
+// ---- Layout ------------------------------------------------------------------------------------
+
+constexpr int kHeaderBytes = 8;
+constexpr std::string_view kSoftware{"Celumbrant Merge To 32-bit HDR", 31};  // with its NUL
+constexpr int kEntriesAlwaysThere = 14;
+
+// Offsets in the file, and the number of entries in directory 0. A part that is not there takes no
+// room.
+struct Layout {
+  int nifds;
+  std::uint64_t ifddebut;
+  std::uint64_t bits_per_sample;  // three SHORTs, for three samples
+  std::uint64_t make;
+  std::uint64_t model;
+  std::uint64_t resolution;  // two RATIONALs
+  std::uint64_t software;
+  std::uint64_t sample_format;  // three SHORTs, for floats
+  std::uint64_t profile;
+  std::uint64_t xmp;
+  std::uint64_t iptc;
+  std::uint64_t exif;
+  std::uint64_t gps;
+  std::uint64_t end;
+
+  std::uint64_t ifdtotal() const { return end - ifddebut; }
+};
+
+int count_entries_of_directory0(const Picture& picture, const Metadata& metadata) {
+  const bool there[] = {metadata.makeLen > 0,       metadata.modelLen > 0, metadata.lProfil > 0,
+                        metadata.xmp.lSettings > 0, metadata.iptc_len > 0, metadata.exifCount > 0,
+                        metadata.gpsCount > 0,      picture.is_float,      picture.is_float};
+  return kEntriesAlwaysThere + static_cast<int>(std::ranges::count(there, true));
+}
+
+Layout lay_out(const Picture& picture, const Metadata& metadata, std::uint64_t strip_bytes) {
+  constexpr int kThreeShorts = 6;
+  constexpr int kTwoRationals = 2 * kRationalBytes;
+  Layout layout{};
+  layout.nifds = count_entries_of_directory0(picture, metadata);
+  layout.ifddebut = kHeaderBytes + strip_bytes;
+  layout.end = layout.ifddebut + static_cast<std::uint64_t>(directory_bytes(layout.nifds));
+  const auto place = [&](std::int64_t bytes) {
+    const std::uint64_t offset = layout.end;
+    layout.end += static_cast<std::uint64_t>(bytes);
+    return offset;
+  };
+  layout.bits_per_sample = place(picture.sppOut == 3 ? kThreeShorts : 0);
+  layout.make = place(metadata.makeLen);
+  layout.model = place(metadata.modelLen);
+  layout.resolution = place(kTwoRationals);
+  layout.software = place(picture.is_float ? std::ssize(kSoftware) : 0);
+  layout.sample_format = place(picture.is_float ? kThreeShorts : 0);
+  layout.profile = place(metadata.lProfil);
+  layout.xmp = place(metadata.xmp.lSettings);
+  layout.iptc = place(metadata.iptc_lenPadded());
+  layout.exif = place(metadata.exifTotalLen());
+  layout.gps = place(metadata.gpsTotalLen());
+  trace<_debugSaveTif>("directory 0 at", layout.ifddebut, " entries", layout.nifds, " end",
+                       layout.end);
+  return layout;
+}
+
+// The strip's bytes; none when the file would pass the reach of its 32-bit offsets.
+std::optional<std::uint64_t> bytes_of_strip(const Picture& picture) {
+  const auto rows = static_cast<std::uint64_t>(picture.jMax);
+  if (rows > 0 && picture.row_bytes() > UINT32_MAX / rows) return std::nullopt;
+  return rows * picture.row_bytes();
+}
+
+// ---- Strip -------------------------------------------------------------------------------------
+
+// The first kOut bytes of every kIn. Pixels are moved whole, with one load and one store each: what
+// is too much of one is overwritten by the next, so only the last needs care.
+template <std::size_t kIn, std::size_t kOut>
+void drop_bytes(const unsigned char* in, std::size_t pixels, unsigned char* out) {
+  for (std::size_t i = 0; i + 1 < pixels; ++i) std::memcpy(out + kOut * i, in + kIn * i, kIn);
+  if (pixels > 0) std::memcpy(out + kOut * (pixels - 1), in + kIn * (pixels - 1), kOut);
+}
+
+void drop_alpha(const unsigned char* in, std::size_t pixels, int sppIn, int nOctet,
+                unsigned char* out) {
+  switch (sppIn * nOctet) {
+    case 2:
+      return drop_bytes<2, 1>(in, pixels, out);
+    case 4:
+      return sppIn == 4 ? drop_bytes<4, 3>(in, pixels, out) : drop_bytes<4, 2>(in, pixels, out);
+    case 8:
+      return sppIn == 4 ? drop_bytes<8, 6>(in, pixels, out) : drop_bytes<8, 4>(in, pixels, out);
+    case 16:
+      return drop_bytes<16, 12>(in, pixels, out);
+    default:
+      return;
+  }
+}
+
+// The high bytes of little-endian 16-bit samples. The inner loop has a fixed length so that
+// compilers make vector code of it at every level of optimisation.
+void take_high_bytes(const unsigned char* in, std::size_t samples, unsigned char* out) {
+  constexpr std::size_t kBlock = 64;
+  std::size_t i = 0;
+  for (; samples - i >= kBlock; i += kBlock) {
+    for (std::size_t k = 0; k < kBlock; ++k) out[i + k] = in[2 * (i + k) + 1];
+  }
+  for (; i < samples; ++i) out[i] = in[2 * i + 1];
+}
+
+// Narrowed by parts that stay in the nearest cache, then without their alpha.
+void narrow_and_drop_alpha(const unsigned char* in, std::size_t pixels, int sppIn, int sppOut,
+                           unsigned char* out) {
+  constexpr std::size_t kPart = 1024;
+  constexpr std::size_t kMostSamples = 4;
+  std::array<unsigned char, kPart * kMostSamples> narrow;
+  const auto in_samples = static_cast<std::size_t>(sppIn);
+  const auto out_samples = static_cast<std::size_t>(sppOut);
+  for (std::size_t i = 0; i < pixels; i += kPart) {
+    const std::size_t part = std::min(kPart, pixels - i);
+    take_high_bytes(in + 2 * in_samples * i, in_samples * part, narrow.data());
+    drop_alpha(narrow.data(), part, sppIn, 1, out + out_samples * i);
+  }
+}
+
+void convert_row(const Picture& picture, const unsigned char* in, unsigned char* out) {
+  const bool has_alpha = picture.sppIn != picture.sppOut;
+  if (picture.is16to8 && has_alpha) {
+    narrow_and_drop_alpha(in, picture.width(), picture.sppIn, picture.sppOut, out);
+  } else if (picture.is16to8) {
+    take_high_bytes(in, static_cast<std::size_t>(picture.row_bytes()), out);
+  } else if (has_alpha) {
+    drop_alpha(in, picture.width(), picture.sppIn, picture.nOctet, out);
+  } else {
+    std::memcpy(out, in, static_cast<std::size_t>(picture.row_bytes()));
+  }
+}
+
+// Whether rows lie in the buffer as they do in the file.
+bool is_packed(const Picture& picture) {
+  const bool converts = picture.is16to8 || picture.sppIn != picture.sppOut;
+  return !converts && picture.row_pitch == static_cast<std::ptrdiff_t>(picture.row_bytes());
+}
+
+// Rows that need no conversion go out from the caller's buffer. The chunk's memory is taken in any
+// case: whether a picture can be saved does not depend on how its rows lie.
+int write_strip(std::FILE* file, const Picture& picture) {
+  constexpr std::uint64_t writeBufProposedSize = std::uint64_t{1} << 20;
+  const auto rowsInChunk =
+      static_cast<int>(std::max<std::uint64_t>(writeBufProposedSize / picture.row_bytes_in(), 1));
+  const Scratch chunk = zeroed_scratch(static_cast<std::size_t>(rowsInChunk) *
+                                       static_cast<std::size_t>(picture.row_bytes_in()));
+  if (!chunk) return kNoMemoryForRows;
+  auto* const packed = reinterpret_cast<unsigned char*>(chunk.get());
+  const auto row_bytes = static_cast<std::size_t>(picture.row_bytes());
+  int numRows = 0;
+  for (int currRow = 0; currRow < picture.jMax; currRow += numRows) {
+    numRows = std::min(rowsInChunk, picture.jMax - currRow);
+    const unsigned char* const first = picture.inBuf + currRow * picture.row_pitch;
+    if (!is_packed(picture)) {
+      for (int row = 0; row < numRows; ++row) {
+        convert_row(picture, first + row * picture.row_pitch,
+                    packed + row_bytes * static_cast<std::size_t>(row));
+      }
+    }
+    const auto rows = static_cast<std::size_t>(numRows);
+    const void* const bytes = is_packed(picture) ? first : packed;
+    if (std::fwrite(bytes, row_bytes, rows, file) != rows) return kRowsNotWritten;
+  }
+  return numRows;
+}
+
+// ---- Directory 0 and what lies behind it -------------------------------------------------------
+
+void write_short(ByteWriter& out, int tag, int value) {
+  write_entry_head(out, tag, kTypeShort, 1);
+  out.u16(value);
+  out.u16(0);
+}
+
+void write_long(ByteWriter& out, int tag, std::uint64_t value) {
+  write_entry_head(out, tag, kTypeLong, 1);
+  out.u32(static_cast<std::uint32_t>(value));
+}
+
+void write_size(ByteWriter& out, int tag, int pixels) {
+  if (pixels <= UINT16_MAX) return write_short(out, tag, pixels);
+  write_long(out, tag, static_cast<std::uint64_t>(pixels));
+}
+
+void write_offset(ByteWriter& out, int tag, TiffType type, int count, std::uint64_t offset) {
+  write_entry_head(out, tag, type, count);
+  out.u32(static_cast<std::uint32_t>(offset));
+}
+
+// The entries stand in the order of their tags.
+void write_directory0(ByteWriter& out, const Picture& picture, const Metadata& metadata,
+                      const Layout& layout) {
+  constexpr int kUncompressed = 1;
+  constexpr int kBlackIsZero = 1;
+  constexpr int kRgb = 2;
+  constexpr int kChunky = 1;
+  constexpr int kInch = 2;
+  out.u16(layout.nifds);
+  write_size(out, kTagImageWidth, picture.iMax);
+  write_size(out, kTagImageLength, picture.jMax);
+  if (picture.sppOut == 3) {
+    write_offset(out, kTagBitsPerSample, kTypeShort, 3, layout.bits_per_sample);
+  } else {
+    write_short(out, kTagBitsPerSample, picture.bpsOut);
+  }
+  write_short(out, kTagCompression, kUncompressed);
+  write_short(out, kTagPhotometricInterpretation, picture.sppOut == 3 ? kRgb : kBlackIsZero);
+  if (metadata.makeLen > 0) {
+    write_text_entry(out, kTagMake, metadata.pMakeInfo.data(), metadata.makeLen, layout.make);
+  }
+  if (metadata.modelLen > 0) {
+    write_text_entry(out, kTagModel, bytes_from(metadata.exifBuf, CELUMBRANT_EXIF_MODEL),
+                     metadata.modelLen, layout.model);
+  }
+  write_long(out, kTagStripOffsets, kHeaderBytes);
+  write_short(out, kTagOrientation, picture.orientation);
+  write_short(out, kTagSamplesPerPixel, picture.sppOut);
+  write_size(out, kTagRowsPerStrip, picture.jMax);
+  write_long(out, kTagStripByteCounts, layout.ifddebut - kHeaderBytes);
+  write_offset(out, kTagXResolution, kTypeRational, 1, layout.resolution);
+  write_offset(out, kTagYResolution, kTypeRational, 1, layout.resolution + kRationalBytes);
+  write_short(out, kTagPlanarConfiguration, kChunky);
+  write_short(out, kTagResolutionUnit, kInch);
+  if (picture.is_float) {
+    write_offset(out, kTagSoftware, kTypeAscii, static_cast<int>(kSoftware.size()),
+                 layout.software);
+    write_offset(out, kTagSampleFormat, kTypeShort, 3, layout.sample_format);
+  }
+  const XmpBlock& xmp = metadata.xmp;
+  if (xmp.lSettings > 0) {
+    write_bytes_entry(out, {kTagXmp, kTypeByte, xmp.lSettings}, xmp.packet, xmp.lSettings,
+                      layout.xmp);
+  }
+  if (metadata.iptc_len > 0) {
+    const auto longs = static_cast<int>(metadata.iptc_lenPadded() / 4);
+    write_bytes_entry(out, {kTagIptc, kTypeLong, longs}, metadata.iptc, metadata.iptc_len,
+                      layout.iptc);
+  }
+  if (metadata.exifCount > 0) write_long(out, kTagExifDirectory, layout.exif);
+  if (metadata.lProfil > 0) {
+    write_bytes_entry(out, {kTagIccProfile, kTypeUndefined, metadata.lProfil}, metadata.profile,
+                      metadata.lProfil, layout.profile);
+  }
+  if (metadata.gpsCount > 0) write_long(out, kTagGpsDirectory, layout.gps);
+  out.u32(0);  // no next directory
+}
+
+void write_picture_values(ByteWriter& out, const Picture& picture, const Metadata& metadata) {
+  constexpr int kIeeeFloat = 3;
+  constexpr int kDenominator = 1000;
+  if (picture.sppOut == 3) {
+    for (int sample = 0; sample < 3; ++sample) out.u16(picture.bpsOut);
+  }
+  out.text({metadata.pMakeInfo.data(), static_cast<std::size_t>(metadata.makeLen)});
+  out.text({bytes_from(metadata.exifBuf, CELUMBRANT_EXIF_MODEL),
+            static_cast<std::size_t>(metadata.modelLen)});
+  for (int direction = 0; direction < 2; ++direction) {
+    out.u32(static_cast<std::uint32_t>(picture.dpi) * kDenominator);
+    out.u32(kDenominator);
+  }
+  if (!picture.is_float) return;
+  out.text(kSoftware);
+  for (int sample = 0; sample < 3; ++sample) out.u16(kIeeeFloat);
+}
+
+// False: no memory for the packet that is made.
+bool write_xmp_block(ByteWriter& out, const XmpBlock& xmp) {
+  if (xmp.lSettings == 0) return true;
+  const auto lSettings = static_cast<std::size_t>(xmp.lSettings);
+  if (xmp.packet != nullptr) {
+    out.text({xmp.packet, lSettings});
+    return true;
+  }
+  const Scratch xmpData = zeroed_scratch(lSettings);
+  if (!xmpData) return false;
+  const auto lxmp = static_cast<std::size_t>(xmp.embed(1, xmpData.get()));
+  std::fill(xmpData.get() + lxmp, xmpData.get() + lSettings, ' ');
+  out.text({xmpData.get(), lSettings});
+  return true;
+}
+
+int write_block(std::FILE* file, const Picture& picture, const Metadata& metadata,
+                const Layout& layout) {
+  const auto ifdtotal = static_cast<std::size_t>(layout.ifdtotal());
+  const Scratch ifdbuf = zeroed_scratch(ifdtotal);
+  if (!ifdbuf) return kNoMemoryForBlock;
+  ByteWriter out({reinterpret_cast<unsigned char*>(ifdbuf.get()), ifdtotal});
+  write_directory0(out, picture, metadata, layout);
+  write_picture_values(out, picture, metadata);
+  if (metadata.lProfil > 0)
+    out.text({metadata.profile, static_cast<std::size_t>(metadata.lProfil)});
+  if (!write_xmp_block(out, metadata.xmp)) return kNoMemoryForBlock;
+  if (metadata.iptc_len > 0) {
+    out.text({metadata.iptc, static_cast<std::size_t>(metadata.iptc_len)});
+    out.zeros(static_cast<std::size_t>(metadata.iptc_lenPadded() - metadata.iptc_len));
+  }
+  if (metadata.exifCount > 0)
+    write_directory(out, metadata.exif(), metadata.exifCount, layout.exif);
+  if (metadata.gpsCount > 0) write_directory(out, metadata.gps(), metadata.gpsCount, layout.gps);
+  if (!out.complete()) return kBlockNotWritten;
+  return std::fwrite(ifdbuf.get(), ifdtotal, 1, file) == 1 ? 0 : kBlockNotWritten;
+}
+
+bool write_header(std::FILE* file, const Layout& layout) {
+  std::array<unsigned char, kHeaderBytes> header;
+  ByteWriter out(header);
+  out.text("II");
+  out.u16(kTiffMagic);
+  out.u32(static_cast<std::uint32_t>(layout.ifddebut));
+  return std::fwrite(header.data(), header.size(), 1, file) == 1;
+}
+
+int write_file(const char* nomfic, const Picture& picture, const Metadata& metadata,
+               const Layout& layout) {
+  File file(nomfic, "wb");
+  if (!file) {
+    std::fprintf(stderr, "Could not open for writing file:  %s\n", nomfic);
+    return kCannotOpen;
+  }
+  // Every write is large or the first: each goes straight to the system, which tells at once what it
+  // has no room for.
+  std::setvbuf(file.get(), nullptr, _IONBF, 0);
+  if (!write_header(file.get(), layout)) return kHeaderNotWritten;
+  const int rows = write_strip(file.get(), picture);
+  if (rows < 0) return rows;
+  if (const int result = write_block(file.get(), picture, metadata, layout); result != 0)
+    return result;
+  return file.close() ? rows : kBlockNotWritten;
+}
+
+}  // namespace
+}  // namespace celumbrant
+
+using namespace celumbrant;  // NOLINT: the exported functions below have C names
+
+int buf2tif(const unsigned char* inBuf, const int* dimInfos, int bpr,
+            const unsigned char* profileBuf, const int* exifBuf, const int* gpsBuf, int iptc_len,
+            const unsigned char* iptc_buf, int tmMethod, const float* tmParam, int xmp_len,
+            const char* xmp_buf, const char* nomfic) noexcept {
+  const auto picture = picture_of(inBuf, dimInfos, bpr);
+  const int lProfil = dimInfos[CELUMBRANT_DIM_PROFILE_LEN];
+  if (!picture || iptc_len < 0 || lProfil < 0) return kRefused;
+  const auto strip_bytes = bytes_of_strip(*picture);
+  if (!strip_bytes) return kRefused;
+
+  Metadata metadata{.exifBuf = exifBuf, .gpsBuf = gpsBuf};
+  count_entries(metadata);
+  metadata.profile = reinterpret_cast<const char*>(profileBuf);
+  metadata.lProfil = length_of_profile(profileBuf, lProfil);
+  metadata.iptc = reinterpret_cast<const char*>(iptc_buf);
+  metadata.iptc_len = iptc_len;
+  metadata.xmp = choose_xmp(metadata, tmMethod, tmParam, xmp_len, xmp_buf);
+
+  const Layout layout = lay_out(*picture, metadata, *strip_bytes);
+  if (layout.end > UINT32_MAX) return kRefused;
+  return write_file(nomfic, *picture, metadata, layout);
+}
