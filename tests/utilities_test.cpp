@@ -1,0 +1,181 @@
+// SPDX-License-Identifier: MIT
+#include <CelumbrantMetaLib.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <initializer_list>
+#include <limits>
+#include <random>
+#include <tuple>
+#include <vector>
+
+#include "hdr_range.h"
+#ifdef CELUMBRANT_CAN_FAIL_MEMORY
+#include "support/failing_memory.h"
+#endif
+
+namespace {
+
+using celumbrant::HdrRange;
+
+struct Pixel {
+  int m0, m1, m2, e;
+};
+
+struct Picture {
+  int width, height;
+  std::vector<unsigned char> rgbe;
+
+  Picture(int w, int h) : width(w), height(h), rgbe(std::size_t{4} * std::size_t(w * h)) {}
+  Picture(std::initializer_list<Pixel> row) : Picture(int(row.size()), 1) {
+    int x = 0;
+    for (const Pixel& pixel : row) set(x++, 0, pixel);
+  }
+  unsigned char& plane(int x, int y, int n) { return rgbe[std::size_t((4 * y + n) * width + x)]; }
+  void set(int x, int y, const Pixel& p) {
+    std::tie(plane(x, y, 0), plane(x, y, 1), plane(x, y, 2), plane(x, y, 3)) =
+        std::tuple(p.m0, p.m1, p.m2, p.e);
+  }
+};
+
+std::vector<float> range_of(const Picture& picture) {
+  std::vector<float> pixDim(3, -1.0F);
+  EXPECT_EQ(hdrMinMax(picture.width, picture.height, picture.rgbe.data(), pixDim.data()),
+            picture.height);
+  return pixDim;
+}
+
+// From the definition: one pixel after the other, in the order in which they stand.
+HdrRange defined_range(Picture& picture) {
+  HdrRange range;
+  for (int y = 0; y < picture.height; ++y) {
+    for (int x = 0; x < picture.width; ++x) {
+      const int e = picture.plane(x, y, 3);
+      if (e == 0) continue;
+      const int weighted =
+          picture.plane(x, y, 0) * 19 + picture.plane(x, y, 1) * 183 + picture.plane(x, y, 2) * 54;
+      const float value = float(weighted / 256) * float(std::pow(2.0, e - 128));
+      range.imMax = std::fmax(range.imMax, value);
+      if (value > 0) range.imMin = std::fmin(range.imMin, value);
+      range.Emoy += double(value);
+      range.cnt += 1;
+    }
+  }
+  return range;
+}
+
+auto bits(const HdrRange& range) {
+  return std::tuple(range.cnt, std::bit_cast<std::uint64_t>(range.Emoy),
+                    std::bit_cast<std::uint32_t>(range.imMin),
+                    std::bit_cast<std::uint32_t>(range.imMax));
+}
+
+std::vector<float> powers() {
+  std::vector<float> lutE(256);
+  for (int e = 1; e < 256; ++e) lutE[std::size_t(e)] = float(std::pow(2.0, e - 128));
+  return lutE;
+}
+
+void expect_defined_range(Picture& picture) {
+  using Measure = HdrRange (*)(int, int, const unsigned char*, const float*);
+  std::vector<Measure> variants{celumbrant::hdr::measure_by_pixel,
+                                celumbrant::hdr::measure_portable};
+#ifdef CELUMBRANT_HAS_AVX2
+  if (celumbrant::hdr::has_avx2()) variants.push_back(celumbrant::hdr::measure_avx2);
+#endif
+  static const std::vector<float> lutE = powers();
+  for (std::size_t i = 0; i < variants.size(); ++i) {
+    EXPECT_EQ(bits(variants[i](picture.width, picture.height, picture.rgbe.data(), lutE.data())),
+              bits(defined_range(picture)))
+        << "variant " << i << ", " << picture.width << " x " << picture.height;
+  }
+}
+
+constexpr float kNone = 99999997952.0F;
+constexpr float kInfinity = std::numeric_limits<float>::infinity();
+
+TEST(HdrRange, FollowsItsDefinition) {
+  const struct {
+    const char* what;
+    Picture picture;
+    std::vector<float> expected;
+  } cases[] = {
+      {"weight 0", {{255, 0, 0, 128}}, {18, 18, 18}},
+      {"weight 1", {{0, 255, 0, 128}}, {182, 182, 182}},
+      {"weight 2", {{0, 0, 255, 128}}, {53, 53, 53}},
+      {"weights make 256", {{255, 255, 255, 128}}, {255, 255, 255}},
+      {"scale up", {{255, 255, 255, 129}}, {510, 510, 510}},
+      {"scale down", {{7, 7, 7, 127}}, {3.5F, 3.5F, 3.5F}},
+      {"shifted to 0", {{1, 0, 0, 128}, {0, 2, 0, 128}}, {1, 1, 0.5F}},
+      {"black is not counted", {{9, 9, 9, 0}, {2, 2, 2, 128}, {4, 4, 4, 128}}, {2, 4, 3}},
+      {"all black", {{9, 9, 9, 0}, {0, 0, 0, 0}}, {kNone, 0, 0}},
+      {"0 is counted, but no minimum", {{0, 0, 0, 200}, {6, 6, 6, 128}}, {6, 6, 3}},
+      {"brighter than any minimum", {{128, 128, 128, 160}}, {kNone, 0x1p39F, 0x1p39F}},
+      {"darkest", {{1, 1, 1, 1}}, {0x1p-127F, 0x1p-127F, 0x1p-127F}},
+      {"largest finite", {{255, 255, 255, 248}}, {kNone, 255 * 0x1p120F, 255 * 0x1p120F}},
+      {"too large", {{2, 2, 2, 255}, {1, 1, 1, 128}}, {1, kInfinity, kInfinity}},
+      {"no columns", Picture(0, 7), {kNone, 0, 0}},
+      {"no rows", Picture(7, 0), {kNone, 0, 0}},
+  };
+  for (const auto& row : cases) EXPECT_EQ(range_of(row.picture), row.expected) << row.what;
+  float pixDim[3];
+  EXPECT_EQ(hdrMinMax(5, -3, nullptr, pixDim), 0);
+  EXPECT_EQ(hdrMinMax(-5, 3, nullptr, pixDim), 3);
+}
+
+TEST(HdrRange, IsTheSameToTheLastBitWhateverTheExponents) {
+  const struct {
+    int lowest, highest;
+  } exponents[] = {{118, 131}, {115, 135}, {0, 135}, {100, 133}, {90, 160}, {1, 248},
+                   {0, 255},   {248, 255}, {1, 3},   {2, 20},    {0, 1},    {0, 0}};
+  std::mt19937 random(6);
+  for (const int width : {1, 15, 16, 33, 64, 100, 2048, 2079, 4200}) {
+    for (const auto& [lowest, highest] : exponents) {
+      Picture picture(width, 5);
+      for (auto& byte : picture.rgbe)
+        byte = static_cast<unsigned char>(random() % 3 ? random() : 0);
+      std::uniform_int_distribution<int> exponent(lowest, highest);
+      for (int i = 0; i < width * picture.height; ++i)
+        picture.plane(i % width, i / width, 3) = static_cast<unsigned char>(exponent(random));
+      SCOPED_TRACE(highest);
+      expect_defined_range(picture);
+    }
+  }
+}
+
+// The darker pixels that follow a bright one round one by one, or vanish.
+TEST(HdrRange, AddsInPixelOrderFromWhereTheOrderMatters) {
+  int differing = 0;
+  for (int bright = 128; bright < 255; ++bright) {
+    Picture picture(4160, 2);
+    for (int i = 0; i < 8320; ++i) picture.set(i % 4160, i / 4160, {i, 3 * i, i / 7, 120 + i % 3});
+    const double others = defined_range(picture).Emoy;
+    picture.set(2100, 0, {255, 255, 255, bright});
+    SCOPED_TRACE(bright);
+    expect_defined_range(picture);
+    differing += defined_range(picture).Emoy != others + std::ldexp(255.0, bright - 128) ? 1 : 0;
+  }
+  EXPECT_GT(differing, 5) << "the pictures must tell one order from another";
+}
+
+TEST(HdrRange, DividesByTheCountInSinglePrecision) {
+  Picture picture(4097, 4097);  // 2^24 + 8193 pixels: one less in single precision
+  std::fill(picture.rgbe.begin(), picture.rgbe.end(), static_cast<unsigned char>(255));
+  for (int y = 0; y < picture.height; ++y) std::fill_n(&picture.plane(0, y, 3), 4097, 128);
+  EXPECT_EQ(range_of(picture), (std::vector<float>{255, 255, std::nextafter(255.0F, 256.0F)}));
+}
+
+#ifdef CELUMBRANT_CAN_FAIL_MEMORY
+TEST(HdrRange, LeavesTheResultAloneWithoutMemory) {
+  const FailingMemory none(0);
+  float pixDim[3] = {-1, -1, -1};
+  EXPECT_EQ(hdrMinMax(0, 0, nullptr, pixDim), -4);
+  EXPECT_EQ(pixDim[0] + pixDim[1] + pixDim[2], -3);
+}
+#endif
+
+}  // namespace
