@@ -24,6 +24,8 @@
 #ifndef CELUMBRANTMETALIB_H_
 #define CELUMBRANTMETALIB_H_
 
+#include <time.h>
+
 #define CELUMBRANT_META_VERSION_MAJOR 0
 #define CELUMBRANT_META_VERSION_MINOR 1
 #define CELUMBRANT_META_VERSION_PATCH 0
@@ -405,6 +407,23 @@ CELUMBRANT_META_API int cbsettings_occurences_in_xmp(int lenXmp,
  */
 CELUMBRANT_META_API int hdrMinMax(int iMax, int jMax, const unsigned char* rgbe,
                                   float* pixDim) CELUMBRANT_META_NOEXCEPT;
+
+/**
+ * @brief Gives the seconds from a date and time, as EXIF writes them, to a reference time.
+ *
+ * @param date_time  "YYYY:MM:DD HH:MM:SS", NUL-terminated, as local time of the process; the time
+ *        zone decides whether daylight saving time holds. It is read as scanf's
+ *        "%d:%d:%d %d:%d:%d" reads it, whatever follows. Numbers out of their range carry over
+ *        (month 13 is the next January); those that are too large for an int count as the largest.
+ * @param time_ref  the reference time, in seconds since the epoch.
+ * @param[out] timeInSeconds  1 float: the seconds by which the reference is later, negative when it
+ *        is earlier. Whole seconds are exact up to 2^24, about 194 days.
+ * @return 1: timeInSeconds was written.
+ *         -1: the text does not hold six numbers in this form, its time is not after the epoch or
+ *         the platform cannot represent it; timeInSeconds is untouched.
+ */
+CELUMBRANT_META_API int time_from_datetime(const char* date_time, time_t time_ref,
+                                           float* timeInSeconds) CELUMBRANT_META_NOEXCEPT;
 
 /** @} */
 

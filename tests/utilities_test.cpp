@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include <CelumbrantMetaLib.h>
 #include <gtest/gtest.h>
+#include <stdlib.h>
+#include <time.h>
 
 #include <algorithm>
 #include <bit>
@@ -177,5 +179,46 @@ TEST(HdrRange, LeavesTheResultAloneWithoutMemory) {
   EXPECT_EQ(pixDim[0] + pixDim[1] + pixDim[2], -3);
 }
 #endif
+
+TEST(DateTime, IsLocalTimeReadAsScanfDoes) {
+  constexpr const char* kUtc = "UTC0";
+  constexpr const char* kCentralEurope = "CET-1CEST,M3.5.0,M10.5.0/3";
+  constexpr time_t kNoon = 1433160000;  // 2015-06-01 12:00:00 UTC
+  constexpr float kUntouched = 0.125F;
+  const struct {
+    const char* zone;
+    const char* text;
+    time_t reference;
+    int result;
+    float seconds;
+  } cases[] = {
+      {kUtc, "2015:06:01 12:00:00", kNoon + 3600, 1, 3600},
+      {kUtc, "2015:06:01 12:00:07", kNoon, 1, -7},
+      {kUtc, " 2015: 6:+1\t12:\n0:0Z", kNoon, 1, 0},
+      {kUtc, "2014:18:01 11:59:60", kNoon, 1, 0},
+      {kUtc, "2015:06:01 12:00:00", kNoon + 16777217, 1, 16777216},
+      {kUtc, "2015:06:01 12:00:99999999999", kNoon, 1, -2147483648.0F},
+      {kCentralEurope, "2015:06:01 12:00:00", kNoon, 1, 7200},
+      {kCentralEurope, "2015:01:01 13:00:00", 1420113600, 1, 0},
+      {"EST5", "2015:06:01 12:00:00", kNoon, 1, -18000},
+      {kUtc, "1970:01:01 00:00:01", 3, 1, 2},
+      {kUtc, "1970:01:01 00:00:00", 3, -1, kUntouched},
+      {kUtc, "1969:12:31 23:00:00", 3, -1, kUntouched},
+      {kUtc, "-99999999999:06:01 12:00:00", 3, -1, kUntouched},
+      {kUtc, "2015:-99999999999:01 12:00:00", 3, -1, kUntouched},
+      {kUtc, "2015-06-01 12:00:00", kNoon, -1, kUntouched},
+      {kUtc, "2015:06:01 12:00:", kNoon, -1, kUntouched},
+      {kUtc, "2015:06 :01 12:00:00", kNoon, -1, kUntouched},
+      {kUtc, "", kNoon, -1, kUntouched},
+  };
+  for (const auto& row : cases) {
+    setenv("TZ", row.zone, 1);
+    float seconds = kUntouched;
+    EXPECT_EQ(time_from_datetime(row.text, row.reference, &seconds), row.result) << row.text;
+    EXPECT_EQ(seconds, row.seconds) << row.zone << ' ' << row.text;
+  }
+  unsetenv("TZ");
+  tzset();
+}
 
 }  // namespace
