@@ -303,8 +303,8 @@ CELUMBRANT_INLINE void add_tiles(const Planes& pixels, std::size_t count, std::s
 template <typename Lanes>
 CELUMBRANT_INLINE void add_whole_tiles(const Planes& pixels, std::size_t count, std::size_t ahead,
                                        const float* lutE, HdrRange& range) {
-  constexpr unsigned char kHighestFinite =
-      248;  // 255 * 2^(248 - 128) is a float, above not all are
+  // 255 * 2^(248 - 128) is a float; above, not every luminance is.
+  constexpr unsigned char kHighestFinite = 248;
   const Exponents exponents = scan_exponents<Lanes>(pixels.exponent, count);
   range.cnt += count - exponents.zeros;
   range.lowest = std::min(range.lowest, exponents.lowest);
