@@ -23,6 +23,8 @@
 #ifndef CELUMBRANTMETALIB_H_
 #define CELUMBRANTMETALIB_H_
 
+#include <time.h>
+
 #define CELUMBRANT_META_VERSION_MAJOR 0
 #define CELUMBRANT_META_VERSION_MINOR 1
 #define CELUMBRANT_META_VERSION_PATCH 0
@@ -939,6 +941,57 @@ CELUMBRANT_META_API int insert_xmp(int embedType, int curMethod, const float* va
  */
 CELUMBRANT_META_API int cbsettings_occurences_in_xmp(int lenXmp,
                                                      const char* xmpData) CELUMBRANT_META_NOEXCEPT;
+
+/** @} */
+
+/**
+ * @defgroup utilities Utilities
+ *
+ * Small services beside the metadata.
+ * @{
+ */
+
+/**
+ * @brief Measures the brightness range of an HDR picture in the shared-exponent (RGBE) form.
+ *
+ * A pixel with the mantissas m0, m1, m2 and the exponent e has the luminance
+ * ((19 * m0 + 183 * m1 + 54 * m2) >> 8) * 2^(e - 128), a single-precision number that is infinite
+ * when it is too large for one. A pixel whose exponent is 0 is black and is passed over. The mean
+ * is exactly that of the luminances added in double precision, pixel by pixel in the order in which
+ * they stand, and divided by their number (rounded to single precision).
+ *
+ * @param iMax  width in pixels.
+ * @param jMax  height in rows. With a width or height of 0 or less there are no pixels.
+ * @param rgbe  the pixels, 4 * iMax * jMax bytes, read; more than 2 GiB are fine. Each row is four
+ *        planes of iMax bytes: all m0, all m1, all m2, all exponents. May be NULL when there are no
+ *        pixels.
+ * @param[out] pixDim  3 floats:
+ *        [0] the smallest luminance above 0; 99999997952.0 when there is none or all are larger;
+ *        [1] the largest; 0 when there is none;
+ *        [2] the mean over all pixels but the black ones, those of luminance 0 included; 0 when all
+ *        are black.
+ * @return the number of rows, jMax, or 0 when jMax is below 0; -4: no memory for a table of 1 KiB,
+ *         and pixDim is untouched.
+ */
+CELUMBRANT_META_API int hdrMinMax(int iMax, int jMax, const unsigned char* rgbe,
+                                  float* pixDim) CELUMBRANT_META_NOEXCEPT;
+
+/**
+ * @brief Gives the seconds from a date and time, as EXIF writes them, to a reference time.
+ *
+ * @param date_time  "YYYY:MM:DD HH:MM:SS", NUL-terminated, as local time of the process; the time
+ *        zone decides whether daylight saving time holds. It is read as scanf's
+ *        "%d:%d:%d %d:%d:%d" reads it, whatever follows. Numbers out of their range carry over
+ *        (month 13 is the next January); those that are too large for an int count as the largest.
+ * @param time_ref  the reference time, in seconds since the epoch.
+ * @param[out] timeInSeconds  1 float: the seconds by which the reference is later, negative when it
+ *        is earlier. Whole seconds are exact up to 2^24, about 194 days.
+ * @return 1: timeInSeconds was written.
+ *         -1: the text does not hold six numbers in this form, its time is not after the epoch or
+ *         the platform cannot represent it; timeInSeconds is untouched.
+ */
+CELUMBRANT_META_API int time_from_datetime(const char* date_time, time_t time_ref,
+                                           float* timeInSeconds) CELUMBRANT_META_NOEXCEPT;
 
 /** @} */
 

@@ -160,6 +160,25 @@ inline std::optional<std::string_view> skip_int(std::string_view text) {
   return digits.substr(static_cast<std::size_t>(end - digits.begin()));
 }
 
+struct ScannedInt {
+  int value;
+  std::string_view rest;  // the text after the number
+};
+
+// "%d" of scanf. A number that is too large for an int is the nearest int.
+inline std::optional<ScannedInt> scan_int(std::string_view text) {
+  const auto rest = skip_int(text);
+  if (!rest) return std::nullopt;
+  const std::string_view number = scan::skip_space(text);
+  const std::size_t plus = number.starts_with('+') ? 1 : 0;  // which from_chars does not take
+  int value = 0;
+  if (std::from_chars(number.data() + plus, rest->data(), value).ec != std::errc{}) {
+    value =
+        number.starts_with('-') ? std::numeric_limits<int>::min() : std::numeric_limits<int>::max();
+  }
+  return ScannedInt{value, *rest};
+}
+
 }  // namespace celumbrant
 
 #endif  // CELUMBRANT_NUMBER_TEXT_H_
