@@ -11,7 +11,6 @@
 #include <cmath>
 #include <cstdint>
 #include <filesystem>
-#include <fstream>
 #include <limits>
 #include <map>
 #include <memory>
@@ -23,6 +22,7 @@
 #include <vector>
 
 #include "support/failing_memory.h"
+#include "support/files.h"
 
 namespace {
 
@@ -79,16 +79,6 @@ std::string attribute_packet(std::string_view label, const std::vector<std::stri
   packet += std::string(label) + "\"";
   for (const std::string& element : elements) packet += " cbtm:" + replaced(element, ">", "=\"") + "\"";
   return packet + "/>";
-}
-
-std::string file_bytes(const std::string& name) {
-  std::ostringstream bytes;
-  bytes << std::ifstream(name, std::ios::binary).rdbuf();
-  return bytes.str();
-}
-
-std::string temporary_file(const std::string& name) {
-  return testing::TempDir() + "celumbrant_" + name;
 }
 
 TEST(SettingsDefaults, EveryMethodHasItsOwnAndZeroElsewhere) {
@@ -517,11 +507,11 @@ TEST(SettingsInsertion, FindsItsPlaceOrLeavesThePacketAlone) {
 }
 
 TEST(SettingsFile, KeepsSettingsOrSaysWhyNot) {
-  const std::string name = temporary_file("settings.xmp");
+  const std::string name = temporary("settings.xmp");
   for (const int method : kMethodsRead) {
     const Settings values = defaults(method);
     ASSERT_EQ(write_xmp(name.c_str(), method, values.data()), 1);
-    EXPECT_EQ(file_bytes(name), packet_of(method, values));
+    EXPECT_EQ(read_file(name), packet_of(method, values));
     Settings read;
     EXPECT_GT(read_xmp(name.c_str(), method, read.data()), 0);
     EXPECT_EQ(packet_of(method, read), packet_of(method, values));
@@ -529,24 +519,24 @@ TEST(SettingsFile, KeepsSettingsOrSaysWhyNot) {
     EXPECT_GE(read_xmp(name.c_str(), CBTM_QUERY_LENS, nullptr), 0);
   }
   const Settings values = defaults(1);
-  const std::string before = file_bytes(name);
+  const std::string before = read_file(name);
   EXPECT_EQ(write_xmp(name.c_str(), 0, values.data()), -2);
   EXPECT_EQ(write_xmp(name.c_str(), 16, values.data()), -2);
-  EXPECT_EQ(file_bytes(name), before);
-  EXPECT_EQ(write_xmp(temporary_file("no/such/folder").c_str(), 1, values.data()), -1);
-  EXPECT_EQ(read_xmp(temporary_file("no/such/file").c_str(), 1, nullptr), -1);
+  EXPECT_EQ(read_file(name), before);
+  EXPECT_EQ(write_xmp(temporary("no/such/folder").c_str(), 1, values.data()), -1);
+  EXPECT_EQ(read_xmp(temporary("no/such/file").c_str(), 1, nullptr), -1);
   EXPECT_EQ(write_xmp("/dev/full", 1, values.data()), -3);  // a disk without room
 #ifdef CELUMBRANT_CAN_FAIL_MEMORY
   {
     const std::string before_packet = packet_of(1, values);
     const FailingMemory failing(0);
-    EXPECT_EQ(write_xmp(temporary_file("empty.xmp").c_str(), 1, values.data()), -4);
+    EXPECT_EQ(write_xmp(temporary("empty.xmp").c_str(), 1, values.data()), -4);
     EXPECT_EQ(read_xmp(name.c_str(), 1, nullptr), -4);
     EXPECT_EQ(packet_of(1, values), before_packet);
     EXPECT_EQ(failing.calls(), 2);  // none for the packet itself
   }
 #endif
-  EXPECT_EQ(read_xmp(temporary_file("empty.xmp").c_str(), 1, nullptr), 0);
+  EXPECT_EQ(read_xmp(temporary("empty.xmp").c_str(), 1, nullptr), 0);
   std::filesystem::resize_file(name, std::uintmax_t{1} << 31);
   EXPECT_EQ(read_xmp(name.c_str(), 1, nullptr), -4);
   std::filesystem::remove(name);

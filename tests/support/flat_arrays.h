@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The flat arrays of a photograph, bytes as TIFF files have them, and files that tests make.
+// The flat arrays of a photograph, bytes as TIFF files have them.
 
 #ifndef CELUMBRANT_TESTS_FLAT_ARRAYS_H_
 #define CELUMBRANT_TESTS_FLAT_ARRAYS_H_
@@ -11,11 +11,11 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <string_view>
 #include <utility>
+
+#include "support/files.h"
 
 using namespace std::string_literals;
 
@@ -61,20 +61,6 @@ struct Arrays {
 inline std::string data_set(int record, int number, const std::string& data) {
   return "\x1C"s + static_cast<char>(record) + static_cast<char>(number) + static_cast<char>(data.size() >> 8) +
          static_cast<char>(data.size()) + data;
-}
-
-inline std::string temporary(const std::string& name) {
-  return testing::TempDir() + "celumbrant_" + name;
-}
-
-inline void write_file(const std::string& name, const std::string& bytes) {
-  std::ofstream(name, std::ios::binary) << bytes;
-}
-
-inline std::string read_file(const std::string& name) {
-  std::ostringstream bytes;
-  bytes << std::ifstream(name, std::ios::binary).rdbuf();
-  return bytes.str();
 }
 
 // An ICC profile that is no more than its header and a description.
