@@ -414,12 +414,138 @@ CELUMBRANT_META_API int get_exif_data(const char* nomfic, int imageType, int* ex
 /** @} */
 
 /**
+ * @defgroup writers Metadata writers
+ *
+ * What is made from the flat arrays, or put into blocks and files that exist.
+ * @{
+ */
+
+/** Bytes that a make needs, and that every EXIF block fits in. */
+enum { CELUMBRANT_MAKE_BYTES = 64, CELUMBRANT_EXIF_BLOCK_MAX = 472 };
+
+/**
+ * @brief Counts what the EXIF and the GPS directory of the flat arrays will hold.
+ *
+ * A fraction is an entry when both its slots are above 0, a number when it is above 0, a text when
+ * its first byte is not NUL, a GPS reference when it is above 0 as a signed byte. The make, which
+ * the arrays do not hold, follows from how the model begins.
+ *
+ * @param exifBuf  60 integers, read.
+ * @param[out] pExifCount  entries of the EXIF directory, 0 to 5.
+ * @param[out] pExifDataLen  bytes of their values behind it, 0 to 45.
+ * @param gpsBuf  24 integers, read.
+ * @param[out] pGpsCount  entries of the GPS directory, its version included, 0 to 9.
+ * @param[out] pGpsDataLen  bytes of their values behind it, 0 to 91.
+ * @param[out] pModelLen  bytes of the model with its NUL, 0 to 64; 63 when it fills its range.
+ * @param[out] pMakeLen  bytes of the make with its NUL; 0 when the model tells none.
+ * @param[out] pDatetimeLen  bytes of the date and time with its NUL, 0 to 21.
+ * @param[out] pGpsDateLen  11, or 0 when there is no date.
+ * @param[out] pLensInfoLen  bytes of the lens name, counted like the model's.
+ * @param[out] pMakeInfo  64 bytes, all written: the make and zeros.
+ * @return the number of entries in both directories.
+ */
+CELUMBRANT_META_API int get_exif_count(const int* exifBuf, int* pExifCount, int* pExifDataLen,
+                                       const int* gpsBuf, int* pGpsCount, int* pGpsDataLen,
+                                       int* pModelLen, int* pMakeLen, int* pDatetimeLen,
+                                       int* pGpsDateLen, int* pLensInfoLen,
+                                       char* pMakeInfo) CELUMBRANT_META_NOEXCEPT;
+
+/**
+ * @brief Writes an EXIF block: a little-endian TIFF structure with make, model, orientation and the
+ * two directories, for instance for the APP1 segment of a JPEG, behind "Exif" and two NULs.
+ *
+ * Every size is what get_exif_count gave for the same arrays.
+ *
+ * @param exifCount, exifDataLen, gpsCount, gpsDataLen  entries and bytes of the two directories.
+ * @param modelLen, makeLen, datetimeLen, gpsDatestampLen  bytes of the texts.
+ * @param orientationVal  1 to 8; any other number is written as 1.
+ * @param exifBuf  60 integers, read.
+ * @param gpsBuf  24 integers, read.
+ * @param pMakeInfo  the make, makeLen bytes, read.
+ * @param[out] exif_data_ptr  as many bytes as the result says; 472 suffice for sizes that
+ * get_exif_count gave. Bytes that no value needs are not written (the last two of orientation and
+ * ISO speed, the last three of a GPS reference): so hand over zeros.
+ * @return the bytes of the block, whatever the arrays hold never more than the sizes add up to; -1,
+ *         and nothing is written, when there is neither make nor model nor an entry of either
+ *         directory, or when a size lies outside what get_exif_count can give.
+ */
+CELUMBRANT_META_API int write_exif_buf(int exifCount, int exifDataLen, int gpsCount, int gpsDataLen,
+                                       int modelLen, int makeLen, int datetimeLen,
+                                       int gpsDatestampLen, int orientationVal, const int* exifBuf,
+                                       const int* gpsBuf, const char* pMakeInfo,
+                                       unsigned char* exif_data_ptr) CELUMBRANT_META_NOEXCEPT;
+
+/**
+ * @brief Copies an IPTC block with one more keyword, behind the last keyword that it holds, else
+ * behind the last data set of its second record, else behind its first data set.
+ *
+ * @param lenIn  bytes of the block; 0 for none: then a new block is made, with its version first.
+ * @param iptcBufIn  the block, read; may be NULL when lenIn is 0.
+ * @param lenKeyword  bytes of the keyword; IPTC readers take up to 64, a data set up to 32767.
+ * @param strKeyword  the keyword, read; needs no NUL.
+ * @param[out] iptcBufOut  lenIn + 5 + lenKeyword bytes, all written; 12 + lenKeyword when lenIn is
+ *        0. Must not overlap iptcBufIn.
+ * @return the position of the keyword's data set in iptcBufOut; -1, and nothing is written, when
+ *         the data set that it would follow reaches beyond the block, the block is too short for
+ *         one, or a length is negative.
+ */
+CELUMBRANT_META_API int add_iptc_keyword(int lenIn, const unsigned char* iptcBufIn, int lenKeyword,
+                                         const char* strKeyword,
+                                         unsigned char* iptcBufOut) CELUMBRANT_META_NOEXCEPT;
+
+/**
+ * @brief Finds an entry in a little-endian TIFF file's chain of directories.
+ *
+ * EXIF and GPS directories are not searched. A chain of more than 65,536 directories counts as a
+ * loop, and the search ends after 2,000,000 entries.
+ *
+ * @param ifp  stands at the file's first byte; afterwards anywhere.
+ * @param requestedTag  the tag.
+ * @param[out] tagLen  the entry's count; untouched when it is not found.
+ * @param[out] tagVal  the first number when the entry is of one or two SHORTs, else its last four
+ *        bytes: a value or an offset; untouched when it is not found.
+ * @return
+ *   above 0: the position of the entry in the file.
+ *   -1: no directory has the tag.
+ *   -2: not a little-endian TIFF file, or a directory without entries.
+ *   -3: a directory lies where no file can have it, or the chain is cut off by the file's end.
+ */
+CELUMBRANT_META_API int get_tif_tag(FILE* ifp, int requestedTag, int* tagLen,
+                                    int* tagVal) CELUMBRANT_META_NOEXCEPT;
+
+/**
+ * @brief Gives a little-endian TIFF file another ICC profile, at its end; nothing else changes but
+ * the count and offset of the profile's entry.
+ *
+ * The profile is appended first and the entry changed last: when the disk is full, or the machine
+ * stops in between, the file has its old profile. The old profile's bytes stay in the file.
+ *
+ * @param newLenProfile  bytes of the profile.
+ * @param newProfileBuf  the profile, read.
+ * @param inputFile  path of the file; NUL-terminated.
+ * @return
+ *   newLenProfile: done.
+ *   0: the file has no profile's entry, or is not a little-endian TIFF file; unchanged.
+ *   -1: the file cannot be opened, which is printed on standard error: "Can not open input file for
+ *       reading\n", "... for appending\n" or "... for update\n"; or the entry is gone meanwhile.
+ *   -2: something was not written, newLenProfile is negative, the entry is cut off, or the file has
+ *       4 GiB or more: the old profile holds. Also for a newLenProfile of 0, but then the entry is
+ *       changed: its count is 0.
+ */
+CELUMBRANT_META_API int update_tif_profile(int newLenProfile, const unsigned char* newProfileBuf,
+                                           const char* inputFile) CELUMBRANT_META_NOEXCEPT;
+
+/** @} */
+
+/**
  * @defgroup settings Settings
  *
  * The settings of one tone mapping or exposure fusion are a method number and a vector of
  * CBTM_SETTINGS_COUNT floats. What a position of the vector means depends on the method; positions
  * that a method does not use hold 0. In a picture or a settings file they stand as an XMP packet:
- * text in a namespace with the prefix `cbtm`, one element a setting, frame and all some 2 KiB.
+ * text in the namespace `http://ns.celumbrant.com/celumbrant_settings01` (the last two digits are a
+ * sequence number) with the prefix `cbtm`, one element a setting, such as
+ * `<cbtm:Strength>70.0</cbtm:Strength>`, frame and all some 2 KiB.
  * @{
  */
 
@@ -484,8 +610,7 @@ enum {
   CBTM_FLATTENER_SATURATION = 13
 };
 
-/** Positions of CBTM_BRILLIANCE_REFINER. A clip v is written as 10 * (v / 10)^0.3263790046007694.
- */
+/** Positions of CBTM_BRILLIANCE_REFINER. A clip is written as 10 * (clip / 10)^0.32637900460077. */
 enum {
   CBTM_REFINER_STRENGTH = 0, /**< [50] */
   CBTM_REFINER_TONE_COMPRESSION = 1,
@@ -589,7 +714,8 @@ CELUMBRANT_META_API int def_param(int tmMethod, float* tmParam) CELUMBRANT_META_
  * that name and byte. Nothing happens when the position has been found before.
  *
  * @param iParam  the position in valParam to fill, 0 to 59; 21 to 49 for a list of eight.
- * @param strInputTag  the element's name with its prefix, such as "cbtm:Strength"; NUL-terminated.
+ * @param strInputTag  the element's name with its prefix, such as "cbtm:Strength"; NUL-terminated,
+ *        not empty.
  * @param tagType  the kind of value:
  *        CBTM_TAG_NUMBER, a number as scanf's "%f" takes it, or one that begins a byte later;
  *        CBTM_TAG_YES_NO, 1.0 when the text begins with "Yes", else 0.0;
@@ -601,11 +727,12 @@ CELUMBRANT_META_API int def_param(int tmMethod, float* tmParam) CELUMBRANT_META_
  * @param lenMax  bytes of xmpData.
  * @param[in,out] foundParam  60 integers; foundParam[iParam] is set to 1 when the element is there,
  *        even when its text could not be parsed.
- * @param[in,out] valParam  60 floats; only valParam[iParam], or eight from there on, are written,
- *        and only with a value that was parsed.
+ * @param[in,out] valParam  60 floats; only valParam[iParam], or eight from there on, are written;
+ *        numbers only when they could be parsed.
  * @return the position of the element's name in xmpData; when there is none, the position at which
  *         the search ended (lenMax less the name's length less 1, at least 0);
- *         0 when foundParam[iParam] was set before or an argument lies outside the above.
+ *         0 when foundParam[iParam] was set before, an argument lies outside the above, or there is
+ *         no memory for a copy of the name.
  */
 CELUMBRANT_META_API int searchForTag(int iParam, const char* strInputTag, int tagType,
                                      const char* xmpData, int lenAfterTag, int lenMax,
@@ -615,7 +742,10 @@ CELUMBRANT_META_API int searchForTag(int iParam, const char* strInputTag, int ta
  * @brief Reads settings, the method number or the lens name from the text of an XMP packet.
  *
  * A full read sets the vector to the method's defaults and overwrites every value that the packet
- * holds. Elements and attributes are both understood, with quotes of either kind.
+ * holds; a value that is no number keeps its default. Elements and attributes are both understood,
+ * with quotes of either kind; the method's own form is that of all the others. What counts is the
+ * first declaration of the namespace, the first `cbtm:Version` of two numbers behind it, the first
+ * `cbtm:Method` behind that, and the elements behind the method.
  *
  * @param settingsType  the method whose settings are wanted, for a full read; 0 for the values that
  *        all methods share, from a packet whose method is not known; CBTM_QUERY_METHOD; or
@@ -629,14 +759,15 @@ CELUMBRANT_META_API int searchForTag(int iParam, const char* strInputTag, int ta
  *        a full read's. May be NULL for the two queries.
  * @return
  *   -3: the byte at lenXmp - 1 is not NUL, or lenXmp is below 1.
- *   -5: the packet's method is not settingsType, or the packet names none (also for
- *       CBTM_QUERY_METHOD).
- *   0: the packet holds no settings; for CBTM_QUERY_METHOD also: a method that is not known.
+ *   -5: full read or CBTM_QUERY_METHOD: the packet's method is not settingsType, or the packet
+ *       names none (which a settingsType of 0 accepts).
+ *   0: full read or CBTM_QUERY_METHOD: the packet holds no settings; for CBTM_QUERY_METHOD also: a
+ *       method that is not known.
  *   Full read: the position of the "cbtm:Method" text that was used, above 0; with settingsType 0
  *       and no such text, the position at which the search for it ended.
  *   CBTM_QUERY_METHOD: 1, 2, 3, 4, 10, 11, 13, 14 or 15, the packet's method.
- *   CBTM_QUERY_LENS: the position at which the copied name ended, or at which the search ended when
- *       nothing was copied.
+ *   CBTM_QUERY_LENS: the position at which the copied name ended, or at which the search ended
+ *       when nothing was copied.
  */
 CELUMBRANT_META_API int get_settings_from_xmp(int settingsType, int lenXmp, const char* xmpData,
                                               char* lens_info,
@@ -652,7 +783,7 @@ CELUMBRANT_META_API int get_settings_from_xmp(int settingsType, int lenXmp, cons
  * @return
  *   -1: the file cannot be opened, or its size cannot be had.
  *   -2: it could not be read to its end.
- *   -4: no memory for it, or it has 2 GiB or more.
+ *   -4: no memory for it, or it has 2 GiB less one byte, or more.
  *   Otherwise the result of get_settings_from_xmp; 0 for an empty file.
  */
 CELUMBRANT_META_API int read_xmp(const char* filename, int settingsType,
@@ -702,11 +833,13 @@ CELUMBRANT_META_API int write_xmp(const char* filename, int settingsType,
  * The settings come before every description that the packet holds, so that a later full read reads
  * them; what was there before stays as it was.
  *
- * @param embedType  CBTM_MEASURE, or as for embed_xmp (at most 99).
+ * @param embedType  CBTM_MEASURE, or as for embed_xmp; at most 99, since the measured length is
+ *        that of a sequence number of two digits.
  * @param curMethod  the method number, 1 to 15.
  * @param valParam  60 floats, read.
  * @param existingXmpLen  bytes of the packet in inOutXmpData; a NUL that they count moves along.
- * @param insertedLen  the result of the measuring call with the same curMethod and valParam.
+ * @param insertedLen  the result of the measuring call with the same curMethod and valParam; with
+ *        any other number the packet would be torn.
  * @param[in,out] inOutXmpData  the packet, with room for existingXmpLen + insertedLen bytes, which
  *        it has afterwards. Unchanged on failure. May be NULL for CBTM_MEASURE.
  * @return
@@ -714,7 +847,8 @@ CELUMBRANT_META_API int write_xmp(const char* filename, int settingsType,
  *   -1: 2 bytes or fewer follow the place of insertion.
  *   -4: no memory for a copy of the bytes that follow it.
  *   -34 or below: the packet has no `<x:xmpmeta` with the namespace "adobe:ns:meta/", or no bare
- *       `<rdf:RDF` start tag after it; the negated position at which the search ended.
+ *       `<rdf:RDF` start tag after it: the position at which the search ended plus the length of
+ *       what was looked for (34 or 65 bytes), negated.
  */
 CELUMBRANT_META_API int insert_xmp(int embedType, int curMethod, const float* valParam,
                                    int existingXmpLen, int insertedLen,

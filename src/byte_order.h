@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The one place that knows byte order: numbers assembled from bytes, by shifts.
+// The one place that knows byte order: numbers assembled from bytes and stored as bytes, by shifts.
 
 #ifndef CELUMBRANT_BYTE_ORDER_H_
 #define CELUMBRANT_BYTE_ORDER_H_
@@ -38,6 +38,16 @@ constexpr std::int32_t assemble32(ByteOrder order, int a, int b, int c, int d) {
                                 ? shifted(a, 0) + shifted(b, 8) + shifted(c, 16) + shifted(d, 24)
                                 : shifted(a, 24) + shifted(b, 16) + shifted(c, 8) + shifted(d, 0);
   return static_cast<std::int32_t>(sum);
+}
+
+constexpr void store_le16(unsigned char* bytes, std::uint16_t value) {
+  bytes[0] = static_cast<unsigned char>(value);
+  bytes[1] = static_cast<unsigned char>(value >> 8);
+}
+
+constexpr void store_le32(unsigned char* bytes, std::uint32_t value) {
+  store_le16(bytes, static_cast<std::uint16_t>(value));
+  store_le16(bytes + 2, static_cast<std::uint16_t>(value >> 16));
 }
 
 }  // namespace celumbrant

@@ -23,10 +23,13 @@ class File {
   explicit operator bool() const { return stream_ != nullptr; }
   std::FILE* get() const { return stream_; }
 
-  // False when bytes written before did not reach the file: buffered ones are written only here.
+  // False when bytes written before did not reach the file, now or then: buffered ones are written
+  // only here.
   bool close() {
     std::FILE* const stream = std::exchange(stream_, nullptr);
-    return stream == nullptr || std::fclose(stream) == 0;
+    if (stream == nullptr) return true;
+    const bool failed_before = std::ferror(stream) != 0;
+    return std::fclose(stream) == 0 && !failed_before;
   }
 
  private:

@@ -131,7 +131,8 @@ struct ScannedFloat {
 };
 
 // "%f" of scanf: blanks, a sign, then decimals with or without an exponent, a hexadecimal number,
-// "inf", "infinity" or "nan".
+// "inf", "infinity" or "nan". An exponent without digits counts as none, "0x" without digits is no
+// number: what the C library of Linux makes of the first and the standard says of the second.
 inline std::optional<ScannedFloat> scan_float(std::string_view text) {
   const std::string_view number = scan::skip_space(text);
   const std::string_view body = scan::skip_sign(number);
@@ -154,7 +155,7 @@ inline std::optional<ScannedFloat> scan_float(std::string_view text) {
 // "%d" of scanf, as far as where it ends: the text after the number, none when there is no number.
 inline std::optional<std::string_view> skip_int(std::string_view text) {
   const std::string_view digits = scan::skip_sign(scan::skip_space(text));
-  const auto* const end = std::ranges::find_if_not(digits, scan::is_digit);
+  const auto end = std::ranges::find_if_not(digits, scan::is_digit);
   if (end == digits.begin()) return std::nullopt;
   return digits.substr(static_cast<std::size_t>(end - digits.begin()));
 }

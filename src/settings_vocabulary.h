@@ -20,7 +20,6 @@ namespace celumbrant {
 
 // How a value stands in the packet.
 enum class ValueForm {
-  kUnwritten,        // in no packet; the row only gives a default
   kTenths,           // a number with one decimal
   kMillionths,       // a number with six decimals
   kClip,             // a clip converted to the written scale, with three decimals
@@ -41,16 +40,16 @@ inline float clip_from_text(float text) {
   return static_cast<float>(10.0 * std::pow(static_cast<double>(text) / 10.0, 3.063922574380088));
 }
 
-// Early packets hold a saturation of 0 to 100 with 50 as neutral.
+// The former element: 0 to 100, where 50 is a saturation of 0.
 inline float saturation_from_color_saturation(float value) {
   return static_cast<float>(static_cast<double>(value) / 5.0 - 10.0);
 }
 
-// Early packets hold a gamma: 1 is a brightness of 0, 2 one of -10, 1/8 one of 20.
+// The former element: a gamma of 1 is a brightness of 0, 2 one of -10, 1/8 one of 20.
 inline float brightness_from_gamma(float gamma) {
   constexpr double kLn2 = 0.6931471805599453;
   constexpr double kLn8 = 2.0794415416798357;
-  const double g = gamma;
+  const auto g = static_cast<double>(gamma);
   return static_cast<float>(g > 1.0 ? -10.0 * std::log(g) / kLn2 : -20.0 * std::log(g) / kLn8);
 }
 
@@ -180,12 +179,6 @@ inline constexpr Setting kBlendRoomscape[] = {
     {CBTM_ROOMSCAPE_SATURATION, "Saturation", kTenths},
     {CBTM_ROOMSCAPE_COLOR_TEMPERATURE, "ColorTemperature", kTenths},
     {CBTM_ROOMSCAPE_BRIGHTNESS, "Brightness", kTenths},
-    {CBTM_ROOMSCAPE_UNWRITTEN, "", kUnwritten, 1.0F},
-};
-
-inline constexpr Setting kBlendUnlabelled[] = {
-    {CBTM_UNLABELLED_LOCAL_CONTRAST, "", kUnwritten, 2.0F},
-    {CBTM_UNLABELLED_UNWRITTEN, "", kUnwritten, 1.0F},
 };
 
 // After the rows of any method.
@@ -201,10 +194,21 @@ inline constexpr Setting kCommon[] = {
 
 }  // namespace vocabulary
 
+// The default of a position that is in no packet.
+struct UnwrittenDefault {
+  int index;
+  float value;
+};
+
+inline constexpr UnwrittenDefault kUnlabelledDefaults[] = {{CBTM_UNLABELLED_LOCAL_CONTRAST, 2.0F},
+                                                           {CBTM_UNLABELLED_UNWRITTEN, 1.0F}};
+inline constexpr UnwrittenDefault kRoomscapeDefaults[] = {{CBTM_ROOMSCAPE_UNWRITTEN, 1.0F}};
+
 struct Method {
   int number;
   std::string_view label;  // the one written; empty: no method element is written
   std::span<const Setting> settings;
+  std::span<const UnwrittenDefault> unwritten{};
 };
 
 inline constexpr Method kMethods[] = {
@@ -214,16 +218,16 @@ inline constexpr Method kMethods[] = {
     {CBTM_LIGHT_LEVELER, "Light Leveler", vocabulary::kLightLeveler},
     {CBTM_BLEND_LIFELIKE, "Blend/Lifelike", vocabulary::kBlendLifelike},
     {CBTM_BLEND_EXPRESSIVE, "Blend/Expressive", vocabulary::kBlendExpressive},
-    {CBTM_BLEND_UNLABELLED, "", vocabulary::kBlendUnlabelled},
+    {CBTM_BLEND_UNLABELLED, "", {}, kUnlabelledDefaults},
     {CBTM_BLEND_TWO_SHOTS, "Blend/Two Shots", vocabulary::kPlain},
     {CBTM_UNIFORM, "Uniform", vocabulary::kPlain},
-    {CBTM_BLEND_ROOMSCAPE, "Blend/Roomscape", vocabulary::kBlendRoomscape},
+    {CBTM_BLEND_ROOMSCAPE, "Blend/Roomscape", vocabulary::kBlendRoomscape, kRoomscapeDefaults},
 };
 
 // A number without a method has neither label nor settings of its own.
 constexpr Method method_of(int number) {
-  const auto* const row = std::ranges::find(kMethods, number, &Method::number);
-  return row != std::end(kMethods) ? *row : Method{number, {}, {}};
+  const auto row = std::ranges::find(kMethods, number, &Method::number);
+  return row != std::end(kMethods) ? *row : Method{number, {}, {}, {}};
 }
 
 // Labels as they are read, the former ones included, in the order in which they are tried; a label
@@ -255,7 +259,7 @@ inline constexpr MethodLabel kLabelsRead[] = {
 inline constexpr std::string_view kSmoothingModes[] = {"Light", "Slider"};
 inline constexpr std::string_view kSmoothingWords[] = {"Very High", "High", "Medium", "Low",
                                                        "Very Low"};
-inline constexpr std::size_t kSmoothingWordWidth = 8;
+inline constexpr std::string_view kSmoothingPadding = "        ";  // to eight characters
 inline constexpr std::string_view kUnknownSmoothingWord = "Light";
 inline constexpr std::string_view kYes = "Yes";
 inline constexpr std::string_view kNo = "No ";

@@ -69,10 +69,12 @@ constexpr SearchKey kMethodKey{kMethod, 0};
 constexpr SearchKey kLensKey{kLens, kLens.find("ux")};
 
 // Where an element's value begins, counted from the end of its name; the byte there tells the form.
-constexpr std::size_t kElementForm = 1;    // <name>value
-constexpr std::size_t kAttributeForm = 2;  // name="value"
+enum Form : std::size_t {
+  kElementForm = 1,   // <name>value
+  kAttributeForm = 2  // name="value"
+};
 
-constexpr char end_of_name(std::size_t form) {
+constexpr char end_of_name(Form form) {
   return form == kElementForm ? '>' : '=';
 }
 
@@ -107,6 +109,24 @@ void read_list(std::string_view text, float* values) {
   std::ranges::copy(list, values);
 }
 
+// A value of the kind that searchForTag is asked for.
+void read_tag(int tagType, std::string_view text, float* value) {
+  if (tagType == CBTM_TAG_LIST_OF_EIGHT) return read_list(text, value);
+  if (tagType == CBTM_TAG_YES_NO) {
+    *value = yes_or_no(text);
+  } else {
+    read_number(text, *value);
+  }
+}
+
+// Whether searchForTag can fill the position, or eight from there on.
+bool is_position(int iParam, bool is_list) {
+  constexpr int kFirstList = 21;
+  constexpr int kLastList = 49;
+  if (is_list) return iParam >= kFirstList && iParam <= kLastList;
+  return iParam >= 0 && iParam < CBTM_SETTINGS_COUNT;
+}
+
 // The number of the first word that the text begins with; any other text leaves the value.
 void read_word(std::string_view text, std::span<const std::string_view> words, float& value) {
   const auto word = std::ranges::find_if(words, [&](auto w) { return text.starts_with(w); });
@@ -115,8 +135,6 @@ void read_word(std::string_view text, std::span<const std::string_view> words, f
 
 void read_value(ValueForm form, std::string_view text, float* value) {
   switch (form) {
-    case ValueForm::kUnwritten:
-      return;
     case ValueForm::kTenths:
     case ValueForm::kMillionths:
     case ValueForm::kSmoothingNumber:
@@ -151,11 +169,25 @@ constexpr std::size_t kMostNames = [] {
   return (rows + std::size(vocabulary::kCommon)) * std::tuple_size_v<ReadNames>;
 }();
 
+constexpr std::size_t longest_name(std::span<const Setting> rows) {
+  std::size_t longest = 0;
+  for (const Setting& row : rows) {
+    for (const ReadName& name : names_read(row)) longest = std::max(longest, name.element.size());
+  }
+  return longest;
+}
+
+constexpr std::size_t kLongestName = [] {
+  std::size_t longest = longest_name(vocabulary::kCommon);
+  for (const Method& method : kMethods) longest = std::max(longest, longest_name(method.settings));
+  return longest;
+}();
+
 // Where a packet holds the settings elements that a method reads: found in one pass over it, since
 // an element that is absent must not cost a pass of its own.
 class ElementIndex {
  public:
-  ElementIndex(std::string_view settings, std::size_t form, std::span<const Setting> of_method) {
+  ElementIndex(std::string_view settings, Form form, std::span<const Setting> of_method) {
     add_names(of_method);
     add_names(vocabulary::kCommon);
     Hit hit = find_key(settings, 0, kPrefixKey);
@@ -187,15 +219,14 @@ class ElementIndex {
     }
   }
 
-  // `text` begins behind a prefix. At least one byte must follow the name and what ends it.
-  void record(std::string_view text, std::size_t form) {
+  // `text` begins behind a prefix and ends with the packet's NUL, which no name holds.
+  void record(std::string_view text, Form form) {
+    const std::string_view up_to_end =
+        text.substr(0, text.substr(0, kLongestName + 1).find(end_of_name(form)));
     for (Entry& entry : std::span(entries_).first(count_)) {
-      const std::size_t length = entry.name.size();
-      if (entry.value || !text.starts_with(entry.name)) continue;
-      const bool ends = entry.any_end
-                            ? text.size() > length
-                            : text.size() > length + 1 && text[length] == end_of_name(form);
-      if (ends) entry.value = from(text, length + form);
+      if (entry.value) continue;
+      const bool is_named = entry.any_end ? text.starts_with(entry.name) : up_to_end == entry.name;
+      if (is_named) entry.value = from(text, entry.name.size() + form);
     }
   }
 
@@ -203,11 +234,10 @@ class ElementIndex {
   std::size_t count_ = 0;
 };
 
-// Which of the two smoothing rows a packet has is decided by the mode read before.
+// Which of the two smoothing rows a packet has is decided by the mode read before: a word that it
+// knows made it 0 or 1, exactly.
 bool is_read(const Setting& row, const float* values) {
   switch (row.form) {
-    case ValueForm::kUnwritten:
-      return false;
     case ValueForm::kSmoothingWord:
       return values[CBTM_SCULPTOR_SMOOTHING_MODE] == 0.0F;
     case ValueForm::kSmoothingNumber:
@@ -233,7 +263,8 @@ void read_settings(std::span<const Setting> rows, const ElementIndex& elements, 
 }
 
 // Past the name of the first version element whose value is two numbers, as an element or as an
-// attribute. Without one nothing that follows is found: the position is then the packet's end.
+// attribute. Without one nothing that follows is found: the position is then at the packet's end or
+// behind it.
 std::size_t after_version(std::string_view packet, std::size_t position) {
   const auto is_version = [](std::string_view text) {
     const auto minor = skip_int(text);
@@ -250,7 +281,7 @@ std::size_t after_version(std::string_view packet, std::size_t position) {
 struct MethodElement {
   std::size_t position;  // of its name; where the search stopped when there is none
   bool found;
-  std::size_t form;
+  Form form;
   int number;  // CBTM_NO_METHOD for a label that is not known
 };
 
@@ -258,9 +289,9 @@ MethodElement find_method(std::string_view packet, std::size_t position) {
   const Hit hit = find_key(packet, position, kMethodKey);
   if (!hit.found) return {hit.position, false, kElementForm, CBTM_NO_METHOD};
   const std::size_t name_end = hit.position + kMethod.size();
-  const std::size_t form = packet[name_end] == '=' ? kAttributeForm : kElementForm;
+  const Form form = packet[name_end] == '=' ? kAttributeForm : kElementForm;
   const std::string_view text = from(packet, name_end + form);
-  const auto* const row = std::ranges::find_if(
+  const auto row = std::ranges::find_if(
       kLabelsRead, [&](const MethodLabel& l) { return text.starts_with(l.label); });
   return {hit.position, true, form, row != std::end(kLabelsRead) ? row->method : CBTM_NO_METHOD};
 }
@@ -276,7 +307,8 @@ Hit find_lens(std::string_view packet, std::size_t position) {
 }
 
 // Where the value that starts at `start` ends, or where the search for its end stopped: a name that
-// is longer than the buffer counts as none. The NUL at the packet's end keeps `start` inside it.
+// is longer than the buffer counts as none. The NUL at the packet's end keeps `start` from lying
+// beyond it.
 Hit find_lens_end(std::string_view packet, std::size_t start, bool attribute) {
   const std::string_view end = attribute ? packet.substr(start - 1, 1) : kLensEnd;
   const std::size_t room =
@@ -322,6 +354,14 @@ class PacketWriter {
     text("\n");
   }
 
+  // A settings element without and with what ends its line.
+  void open(std::string_view name) {
+    text("<cbtm:");
+    text(name);
+    text(">");
+  }
+  void close(std::string_view name) { line("</cbtm:", name, ">"); }
+
   void number(float value, int decimals) {
     std::array<char, kNumberTextMax> buffer;
     text(print_fixed(value, decimals, buffer));
@@ -330,7 +370,7 @@ class PacketWriter {
   // Two digits at least.
   void sequence_number(int number) {
     std::array<char, 12> buffer;
-    const auto end = std::to_chars(buffer.data(), buffer.data() + buffer.size(), number).ptr;
+    const auto* const end = std::to_chars(buffer.data(), buffer.data() + buffer.size(), number).ptr;
     if (number < 10) text("0");
     text({buffer.data(), end});
   }
@@ -352,8 +392,8 @@ void write_smoothing_word(PacketWriter& packet, float value) {
   const bool known = number >= 0 && number < static_cast<int>(std::size(kSmoothingWords));
   const std::string_view word = known ? kSmoothingWords[number] : kUnknownSmoothingWord;
   packet.text(word);
-  if (known && word.size() < kSmoothingWordWidth) {
-    packet.text(std::string_view("        ").substr(word.size()));
+  if (known && word.size() < kSmoothingPadding.size()) {
+    packet.text(kSmoothingPadding.substr(word.size()));
   }
 }
 
@@ -364,8 +404,6 @@ bool is_slider(const float* values) {
 void write_value(PacketWriter& packet, const Setting& row, const float* values) {
   const float value = values[row.index];
   switch (row.form) {
-    case ValueForm::kUnwritten:
-      return;
     case ValueForm::kTenths:
     case ValueForm::kSmoothingNumber:
       return packet.number(value, 1);
@@ -384,11 +422,9 @@ void write_value(PacketWriter& packet, const Setting& row, const float* values) 
   }
 }
 
-// A mode that is neither goes with the word.
+// A host's mode counts by its whole part; one that is neither 0 nor 1 goes with the word.
 bool is_written(const Setting& row, const float* values) {
   switch (row.form) {
-    case ValueForm::kUnwritten:
-      return false;
     case ValueForm::kSmoothingWord:
       return !is_slider(values);
     case ValueForm::kSmoothingNumber:
@@ -401,11 +437,9 @@ bool is_written(const Setting& row, const float* values) {
 void write_rows(PacketWriter& packet, std::span<const Setting> rows, const float* values) {
   for (const Setting& row : rows) {
     if (!is_written(row, values)) continue;
-    packet.text("<cbtm:");
-    packet.text(row.element);
-    packet.text(">");
+    packet.open(row.element);
     write_value(packet, row, values);
-    packet.line("</cbtm:", row.element, ">");
+    packet.close(row.element);
   }
 }
 
@@ -416,8 +450,14 @@ void write_settings(PacketWriter& packet, int sequence_number, const Method& met
   packet.text("celumbrant_settings");
   packet.sequence_number(sequence_number);
   packet.line("'>");
-  packet.line("<cbtm:Version>6.0</cbtm:Version>");
-  if (!method.label.empty()) packet.line("<cbtm:Method>", method.label, "</cbtm:Method>");
+  packet.open("Version");
+  packet.text("6.0");
+  packet.close("Version");
+  if (!method.label.empty()) {
+    packet.open("Method");
+    packet.text(method.label);
+    packet.close("Method");
+  }
   write_rows(packet, method.settings, values);
   write_rows(packet, vocabulary::kCommon, values);
   packet.line("</rdf:Description>\n");
@@ -464,41 +504,33 @@ using namespace celumbrant;  // NOLINT: the exported functions below have C name
 
 int def_param(int tmMethod, float* tmParam) noexcept {
   std::fill_n(tmParam, CBTM_SETTINGS_COUNT, 0.0F);
-  for (const Setting& row : method_of(tmMethod).settings) tmParam[row.index] = row.default_value;
+  const Method method = method_of(tmMethod);
+  for (const Setting& row : method.settings) tmParam[row.index] = row.default_value;
+  for (const auto& [index, value] : method.unwritten) tmParam[index] = value;
   return 0;
 }
 
 int searchForTag(int iParam, const char* strInputTag, int tagType, const char* xmpData,
                  int lenAfterTag, int lenMax, int* foundParam, float* valParam) noexcept {
-  constexpr int kFirstList = CBTM_SATURATION_COLORS;
-  constexpr int kLastList = CBTM_BRIGHTNESS_COLORS + CBTM_COLORS_IN_LIST;
   const bool is_list = tagType == CBTM_TAG_LIST_OF_EIGHT;
+  const bool is_known = is_list || tagType == CBTM_TAG_NUMBER || tagType == CBTM_TAG_YES_NO;
   const std::string_view name(strInputTag);
-  if (iParam < 0 || iParam >= CBTM_SETTINGS_COUNT) return 0;
-  if (is_list && (iParam < kFirstList || iParam > kLastList)) return 0;
-  if ((lenAfterTag != 1 && lenAfterTag != 2) || lenMax < 1 || name.size() < 2) return 0;
+  const std::size_t length = name.size() + 1;
+  if (!is_position(iParam, is_list) || name.empty() || lenMax < 1) return 0;
+  if (lenAfterTag != kElementForm && lenAfterTag != kAttributeForm) return 0;
   if (foundParam[iParam] != 0) return 0;
 
-  const auto form = static_cast<std::size_t>(lenAfterTag);
+  const Form form = lenAfterTag == kElementForm ? kElementForm : kAttributeForm;
   const std::string_view text(xmpData, static_cast<std::size_t>(lenMax));
-  const bool known_type = is_list || tagType == CBTM_TAG_NUMBER || tagType == CBTM_TAG_YES_NO;
-  // The byte that ends the name belongs to the key: one byte less is searched for the name alone.
-  const std::string_view searched = text.substr(0, text.size() - 1);
-  Hit hit = find_key(searched, 0, {name, 0});
-  for (; hit.found; hit = find_key(searched, hit.position + 1, {name, 0})) {
-    const std::size_t name_end = hit.position + name.size();
-    if (known_type && text[name_end] == end_of_name(form)) break;
-  }
-  if (!hit.found) return static_cast<int>(hit.position);
-
-  const std::string_view value = from(text, hit.position + name.size() + form);
-  foundParam[iParam] = 1;
-  if (is_list) {
-    read_list(value, valParam + iParam);
-  } else if (tagType == CBTM_TAG_YES_NO) {
-    valParam[iParam] = yes_or_no(value);
-  } else {
-    read_number(value, valParam[iParam]);
+  const Scratch key = zeroed_scratch(length);
+  if (!key) return 0;
+  *std::ranges::copy(name, key.get()).out = end_of_name(form);
+  const Hit hit = find_key(text, 0, {{key.get(), length}, 0});
+  // Elements of a kind that is not known are passed over, to where the search stops.
+  if (!is_known) return static_cast<int>(text.size() - std::min(text.size(), length));
+  if (hit.found) {
+    foundParam[iParam] = 1;
+    read_tag(tagType, from(text, hit.position + name.size() + form), valParam + iParam);
   }
   return static_cast<int>(hit.position);
 }
@@ -565,7 +597,8 @@ int write_xmp(const char* filename, int settingsType, const float* valParam) noe
   constexpr int kNoSuchMethod = -2;
   constexpr int kNotWritten = -3;
   constexpr int kNoMemory = -4;
-  if (settingsType <= 0 || settingsType > 15) return kNoSuchMethod;
+  constexpr int kLastMethod = CBTM_BLEND_ROOMSCAPE;
+  if (settingsType < 1 || settingsType > kLastMethod) return kNoSuchMethod;
   File file(filename, "wb");
   if (!file) return kCannotCreate;
   const int length = embed_xmp(CBTM_MEASURE, settingsType, valParam, 0, nullptr, nullptr);

@@ -24,6 +24,7 @@ inline constexpr int kTiffMagic = 42;
 inline constexpr int kValueFieldBytes = 4;
 
 enum TiffType : std::uint16_t {
+  kTypeByte = 1,
   kTypeAscii = 2,
   kTypeShort = 3,
   kTypeLong = 4,
@@ -32,6 +33,7 @@ enum TiffType : std::uint16_t {
 };
 
 enum TiffTag : std::uint16_t {
+  kTagMake = 271,
   kTagModel = 272,
   kTagOrientation = 274,
   kTagThumbnailOffset = 513,
@@ -40,6 +42,7 @@ enum TiffTag : std::uint16_t {
   kTagIptc = 33723,
   kTagPhotoshopResources = 34377,
   kTagExifDirectory = 34665,
+  kTagIccProfile = 34675,
   kTagGpsDirectory = 34853
 };
 
@@ -59,6 +62,7 @@ enum ExifTag : std::uint16_t {
 };
 
 enum GpsTag : std::uint16_t {
+  kTagGpsVersionId = 0,
   kTagGpsLatitudeRef = 1,
   kTagGpsLatitude = 2,
   kTagGpsLongitudeRef = 3,

@@ -18,6 +18,9 @@ namespace celumbrant {
 inline constexpr int kMostEntries = 600'000;
 // A miss of the window costs a thousand times what an entry costs. Honest files need a dozen.
 inline constexpr int kMostRefills = 200'000;
+// What the search for one tag may read in a chain of directories.
+inline constexpr int kMostChainEntries = 2'000'000;
+inline constexpr int kMostChainDirectories = 65'536;
 // Photoshop resources seldom take a MiB.
 inline constexpr std::int64_t kMostResourceBytes = std::int64_t{64} << 20;
 
