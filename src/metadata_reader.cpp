@@ -368,8 +368,7 @@ void store_entry(Scan& scan, const Tiff& tiff, int cntIfd, const Entry& entry) {
   }
 }
 
-// Ends the walk with the directory that is read: some writers give it 255 entries when there is no
-// other behind it.
+// A directory of exactly so many entries is read as the last one.
 constexpr int kEntriesOfLastDirectory = 255;
 
 int scan_tiff(Scan& scan) {
@@ -495,10 +494,10 @@ int find_exif_segment(Scan& scan) {
   constexpr int kMostToXmp = 10;
   FileWindow& file = scan.file;
   if (!starts_as_jpeg(file)) return kBrokenFile;
-  const Search app1 = find_segment(file, kMarkerApp1, MarkerForm::kPadded, INT_MAX);
-  if (app1 == Search::kPadding) std::fputs("too many padding bytes\n", stderr);
-  if (app1 == Search::kPadding || app1 == Search::kInvalidLength) return kBrokenFile;
-  if (app1 != Search::kFound) return kNoTiff;
+  const Search foundAPP1 = find_segment(file, kMarkerApp1, MarkerForm::kPadded, INT_MAX);
+  if (foundAPP1 == Search::kPadding) std::fputs("too many padding bytes\n", stderr);
+  if (foundAPP1 == Search::kPadding || foundAPP1 == Search::kInvalidLength) return kBrokenFile;
+  if (foundAPP1 != Search::kFound) return kNoTiff;
 
   const std::int64_t baseOffset = file.position();
   const std::optional<int> dataSize = read_data_size(file);
@@ -507,9 +506,9 @@ int find_exif_segment(Scan& scan) {
   scan.startTiffHeader = file.position();
 
   file.seek(baseOffset + *dataSize);
-  const Search xmp = find_segment(file, kMarkerApp1, MarkerForm::kPadded, kMostToXmp);
-  if (xmp == Search::kInvalidLength) return kBrokenFile;
-  if (xmp == Search::kFound) read_xmp_segment(scan);
+  const Search nextAPP1 = find_segment(file, kMarkerApp1, MarkerForm::kPadded, kMostToXmp);
+  if (nextAPP1 == Search::kInvalidLength) return kBrokenFile;
+  if (nextAPP1 == Search::kFound) read_xmp_segment(scan);
   file.seek(scan.startTiffHeader);
   return kScanned;
 }
@@ -518,10 +517,10 @@ int scan_photoshop_segment(Scan& scan) {
   FileWindow& file = scan.file;
   file.seek(0);
   if (!starts_as_jpeg(file)) return kBrokenFile;
-  const Search app13 = find_segment(file, kMarkerApp13, MarkerForm::kStrict, INT_MAX);
-  if (app13 == Search::kEndOfImage) return kScanned;
-  if (app13 == Search::kInvalidLength) return kBrokenFile;
-  if (app13 != Search::kFound) return kNoMarker;
+  const Search foundAPP13 = find_segment(file, kMarkerApp13, MarkerForm::kStrict, INT_MAX);
+  if (foundAPP13 == Search::kEndOfImage) return kScanned;
+  if (foundAPP13 == Search::kInvalidLength) return kBrokenFile;
+  if (foundAPP13 != Search::kFound) return kNoMarker;
   const std::optional<int> dataSize = read_data_size(file);
   if (!dataSize) return kBrokenFile;
   // The size counts 16 bytes that were read by now, so that as many behind the segment are
