@@ -187,9 +187,10 @@ class FileWindow {
   // No byte of the file stands here or beyond.
   std::int64_t end_ = std::numeric_limits<std::int64_t>::max();
   int refills_ = 0;
-  std::array<Window, 2> windows_;
-  Window* current_ = &windows_[0];
-  Window* other_ = &windows_[1];
+  Window first_;
+  Window second_;
+  Window* current_ = &first_;
+  Window* other_ = &second_;
 };
 
 }  // namespace celumbrant

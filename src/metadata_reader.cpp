@@ -165,8 +165,8 @@ void read_rationals(const Tiff& tiff, int count, int* field) {
   constexpr int kMost = 3;
   for (int i = 0; i < std::min(count, kMost); ++i) {
     const Rational rational = read_rational(tiff);
-    field[2 * i] = rational.numerator;
-    field[2 * i + 1] = rational.denominator;
+    *field++ = rational.numerator;
+    *field++ = rational.denominator;
   }
 }
 
@@ -253,7 +253,8 @@ struct Resources {
 Resources find_resources(std::string_view bytes, std::size_t breed) {
   Resources found;
   std::size_t at = bytes.find(kResource);
-  for (; at != bytes.npos && at + kResourceSizeField <= breed; at = bytes.find(kResource, at + 1)) {
+  for (; at != std::string_view::npos && at + kResourceSizeField <= breed;
+       at = bytes.find(kResource, at + 1)) {
     const std::string_view resource = bytes.substr(at);
     if (resource.starts_with(kIptcResource)) found.iptc = at;
     if (resource.starts_with(kThumbnailResource)) found.thumbnail = at;
@@ -367,8 +368,7 @@ void store_entry(Scan& scan, const Tiff& tiff, int cntIfd, const Entry& entry) {
   }
 }
 
-// Ends the walk with the directory that is read: some writers give it 255 entries when there is no
-// other behind it.
+// A directory of exactly so many entries is read as the last one.
 constexpr int kEntriesOfLastDirectory = 255;
 
 int scan_tiff(Scan& scan) {
@@ -494,10 +494,10 @@ int find_exif_segment(Scan& scan) {
   constexpr int kMostToXmp = 10;
   FileWindow& file = scan.file;
   if (!starts_as_jpeg(file)) return kBrokenFile;
-  const Search app1 = find_segment(file, kMarkerApp1, MarkerForm::kPadded, INT_MAX);
-  if (app1 == Search::kPadding) std::fputs("too many padding bytes\n", stderr);
-  if (app1 == Search::kPadding || app1 == Search::kInvalidLength) return kBrokenFile;
-  if (app1 != Search::kFound) return kNoTiff;
+  const Search foundAPP1 = find_segment(file, kMarkerApp1, MarkerForm::kPadded, INT_MAX);
+  if (foundAPP1 == Search::kPadding) std::fputs("too many padding bytes\n", stderr);
+  if (foundAPP1 == Search::kPadding || foundAPP1 == Search::kInvalidLength) return kBrokenFile;
+  if (foundAPP1 != Search::kFound) return kNoTiff;
 
   const std::int64_t baseOffset = file.position();
   const std::optional<int> dataSize = read_data_size(file);
@@ -506,9 +506,9 @@ int find_exif_segment(Scan& scan) {
   scan.startTiffHeader = file.position();
 
   file.seek(baseOffset + *dataSize);
-  const Search xmp = find_segment(file, kMarkerApp1, MarkerForm::kPadded, kMostToXmp);
-  if (xmp == Search::kInvalidLength) return kBrokenFile;
-  if (xmp == Search::kFound) read_xmp_segment(scan);
+  const Search nextAPP1 = find_segment(file, kMarkerApp1, MarkerForm::kPadded, kMostToXmp);
+  if (nextAPP1 == Search::kInvalidLength) return kBrokenFile;
+  if (nextAPP1 == Search::kFound) read_xmp_segment(scan);
   file.seek(scan.startTiffHeader);
   return kScanned;
 }
@@ -517,10 +517,10 @@ int scan_photoshop_segment(Scan& scan) {
   FileWindow& file = scan.file;
   file.seek(0);
   if (!starts_as_jpeg(file)) return kBrokenFile;
-  const Search app13 = find_segment(file, kMarkerApp13, MarkerForm::kStrict, INT_MAX);
-  if (app13 == Search::kEndOfImage) return kScanned;
-  if (app13 == Search::kInvalidLength) return kBrokenFile;
-  if (app13 != Search::kFound) return kNoMarker;
+  const Search foundAPP13 = find_segment(file, kMarkerApp13, MarkerForm::kStrict, INT_MAX);
+  if (foundAPP13 == Search::kEndOfImage) return kScanned;
+  if (foundAPP13 == Search::kInvalidLength) return kBrokenFile;
+  if (foundAPP13 != Search::kFound) return kNoMarker;
   const std::optional<int> dataSize = read_data_size(file);
   if (!dataSize) return kBrokenFile;
   // The size counts 16 bytes that were read by now, so that as many behind the segment are
@@ -640,15 +640,15 @@ std::string_view up_to(std::string_view text, std::string_view ends) {
   return text.substr(0, text.find_first_of(ends));
 }
 
-// Adds a token's digits, the last first, to a number. They are not tested to be digits. A token of
-// more than 6 characters is refused.
-bool add_token(std::string_view token, bool point_ends, int& number) {
+// Adds a token's digits, the last first, to a number; what stands before a point is passed over.
+// They are not tested to be digits. A token of more than 6 characters is refused.
+bool add_token(std::string_view token, int& number) {
   constexpr std::size_t kMostCharacters = 6;
   if (token.size() > kMostCharacters) return false;
   double power = 1.0;
-  for (auto c = token.rbegin(); c != token.rend(); ++c, power *= 10.0) {
-    if (point_ends && *c == '.') break;
+  for (auto c = token.rbegin(); c != token.rend() && *c != '.'; ++c) {
     number = truncated_to_int(number + (*c - '0') * power);
+    power *= 10.0;
   }
   return true;
 }
@@ -659,10 +659,10 @@ void decode_exposure(std::string_view field, std::string_view text, Description&
   for (std::size_t i = 0; i < field.size() && !found.finDonnees; ++i) {
     if (text[i] == ' ' || found.numExposure != 0) continue;
     const std::string_view numerator = up_to(text.substr(i), " /s");
-    if (!add_token(numerator, true, found.numExposure)) found.finDonnees = true;
+    if (!add_token(numerator, found.numExposure)) found.finDonnees = true;
     const std::string_view rest = text.substr(i + numerator.size());
     if (!rest.starts_with('/')) continue;
-    if (!add_token(up_to(rest.substr(1), " s"), true, found.denExposure)) found.finDonnees = true;
+    if (!add_token(up_to(rest.substr(1), " s"), found.denExposure)) found.finDonnees = true;
   }
 }
 
@@ -670,7 +670,7 @@ void decode_colors(std::string_view field, std::string_view text, Description& f
   for (std::size_t i = 0; i < field.size() && !found.finDonnees; ++i) {
     if (text[i] != 'R' && text[i] != 'G' && text[i] != 'B') continue;
     int number = 0;
-    if (!add_token(up_to(text.substr(i + 1), " .,"), false, number)) {
+    if (!add_token(up_to(text.substr(i + 1), " .,"), number)) {
       found.finDonnees = true;
       return;
     }
@@ -685,7 +685,8 @@ void decode_colors(std::string_view field, std::string_view text, Description& f
 Description decode_description(std::string_view text) {
   Description found;
   std::size_t at = text.find(kFieldSeparator);
-  for (; at != text.npos && found.cntDesc < descMax; at = text.find(kFieldSeparator, at + 1)) {
+  for (; at != std::string_view::npos && found.cntDesc < descMax;
+       at = text.find(kFieldSeparator, at + 1)) {
     ++found.cntDesc;
     const std::string_view rest = text.substr(at + kFieldSeparator.size());
     const std::string_view field = rest.substr(0, rest.find(kFieldSeparator));
@@ -736,8 +737,8 @@ std::string_view known_name(std::string_view text, std::size_t length) {
 // Where the first description of a profile begins, its length byte; npos when there is none.
 std::size_t find_description(std::string_view profile) {
   const std::size_t at = profile.find(kDescription, kProfileHeader);
-  const bool found = at != profile.npos && at + kLeastBehind < profile.size();
-  return found ? at + kDescription.size() : profile.npos;
+  const bool found = at != std::string_view::npos && at + kLeastBehind < profile.size();
+  return found ? at + kDescription.size() : std::string_view::npos;
 }
 
 }  // namespace
@@ -823,7 +824,7 @@ int get_profile_name(int profileLen, const unsigned char* profileBuf,
   const std::string_view profile(reinterpret_cast<const char*>(profileBuf),
                                  static_cast<std::size_t>(std::max(profileLen, 0)));
   const std::size_t length_byte = find_description(profile);
-  if (length_byte == profile.npos) return kNoDescription;
+  if (length_byte == std::string_view::npos) return kNoDescription;
   const std::string_view text = profile.substr(length_byte + 1);
   const std::string_view name = known_name(text, profileBuf[length_byte]);
   trace<_debug5>("profile name ", name.empty() ? text.substr(0, kNameBytes) : name);

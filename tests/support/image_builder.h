@@ -25,11 +25,8 @@ inline Bytes number(Order order, std::int64_t value, int width) {
   return bytes;
 }
 
-inline Bytes be16(std::int64_t value) {
-  return number(Order::kBig, value, 2);
-}
-inline Bytes be32(std::int64_t value) {
-  return number(Order::kBig, value, 4);
+inline Bytes be(std::size_t value, int width) {
+  return number(Order::kBig, static_cast<std::int64_t>(value), width);
 }
 
 // A directory's entries in the order in which they are added. Values of more than 4 bytes, and
@@ -46,16 +43,8 @@ class Directory {
     return add(entry);
   }
   Directory& text(int tag, const Bytes& text) { return bytes(tag, 2, static_cast<std::int64_t>(text.size()), text); }
-  Directory& shorts(int tag, const std::vector<int>& values) {
-    Entry entry{tag, 3, static_cast<std::int64_t>(values.size()), {}, {}};
-    for (const int value : values) entry.values.emplace_back(value, 2);
-    return add(entry);
-  }
-  Directory& rationals(int tag, const std::vector<int>& pairs) {
-    Entry entry{tag, 5, static_cast<std::int64_t>(pairs.size()) / 2, {}, {}};
-    for (const int value : pairs) entry.values.emplace_back(value, 4);
-    return add(entry);
-  }
+  Directory& shorts(int tag, const std::vector<int>& values) { return numbers(tag, 3, values.size(), values, 2); }
+  Directory& rationals(int tag, const std::vector<int>& pairs) { return numbers(tag, 5, pairs.size() / 2, pairs, 4); }
   Directory& directory(int tag, const Directory& named) { return add({tag, 4, 1, {}, {named}}); }
 
   std::size_t entries() const { return entries_.size(); }
@@ -83,6 +72,12 @@ class Directory {
     std::vector<std::pair<std::int64_t, int>> values;  // with their widths
     std::vector<Directory> named;
   };
+
+  Directory& numbers(int tag, int type, std::size_t count, const std::vector<int>& values, int width) {
+    Entry entry{tag, type, static_cast<std::int64_t>(count), {}, {}};
+    for (const int value : values) entry.values.emplace_back(value, width);
+    return add(entry);
+  }
 
   Directory& add(const Entry& entry) {
     entries_.push_back(entry);
@@ -118,18 +113,17 @@ inline Bytes tiff(Order order, const std::vector<Directory>& chain, std::size_t 
   return out;
 }
 
-inline Bytes segment(int marker, const Bytes& payload) {
-  return Bytes("\xFF") + static_cast<char>(marker) + be16(static_cast<std::int64_t>(payload.size()) + 2) + payload;
+inline Bytes segment(char marker, const Bytes& payload) {
+  return Bytes("\xFF") + marker + be(payload.size() + 2, 2) + payload;
 }
-
-inline Bytes exif_segment(const Bytes& tiff) {
-  return segment(0xE1, Bytes("Exif\0\0", 6) + tiff);
+inline Bytes exif(const Bytes& tiff) {
+  return segment('\xE1', Bytes("Exif\0\0", 6) + tiff);
 }
-inline Bytes xmp_segment(const Bytes& packet) {
-  return segment(0xE1, Bytes("http://ns.adobe.com/xap/1.0/\0", 29) + packet);
+inline Bytes xmp(const Bytes& packet) {
+  return segment('\xE1', Bytes("http://ns.adobe.com/xap/1.0/\0", 29) + packet);
 }
-inline Bytes photoshop_segment(const Bytes& resources) {
-  return segment(0xED, Bytes("Photoshop 3.0\0", 14) + resources);
+inline Bytes photoshop(const Bytes& resources) {
+  return segment('\xED', Bytes("Photoshop 3.0\0", 14) + resources);
 }
 
 // Segments between the start of an image and its scan, with some bytes of the latter.
@@ -137,13 +131,13 @@ inline Bytes jpeg(const Bytes& segments) {
   return "\xFF\xD8" + segments + "\xFF\xDA" + Bytes(40, '\x55');
 }
 
-inline Bytes resource(int id, const Bytes& data, const Bytes& name = Bytes(2, '\0')) {
-  return "8BIM" + be16(id) + name + be32(static_cast<std::int64_t>(data.size())) + data + Bytes(data.size() % 2, '\0');
+inline Bytes resource(std::size_t id, const Bytes& data, const Bytes& name = Bytes(2, '\0')) {
+  return "8BIM" + be(id, 2) + name + be(data.size(), 4) + data + Bytes(data.size() % 2, '\0');
 }
 
-inline Bytes psd(const Bytes& resources, int channels = 3, int color_mode = 3) {
-  return "8BPS" + be16(1) + Bytes(6, '\0') + be16(channels) + be32(8) + be32(12) + be16(8) + be16(color_mode) +
-         be32(5) + "color" + be32(static_cast<std::int64_t>(resources.size())) + resources + be32(0);
+inline Bytes psd(const Bytes& resources, std::size_t channels = 3, std::size_t color_mode = 3) {
+  return "8BPS" + be(1, 2) + Bytes(6, '\0') + be(channels, 2) + be(8, 4) + be(12, 4) + be(8, 2) + be(color_mode, 2) +
+         be(5, 4) + "color" + be(resources.size(), 4) + resources + be(0, 4);
 }
 
 }  // namespace images
