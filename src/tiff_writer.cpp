@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <climits>
 #include <cstddef>
 #include <cstdint>
@@ -27,6 +28,11 @@
 #include "exif_directories.h"
 #include "file.h"
 #include "tiff_format.h"
+
+// Picking bytes out of a vector takes SSSE3, which x86 has as an extension.
+#if defined(__GNUC__) && (defined(__x86_64__) || defined(__i386__))
+#define CELUMBRANT_HAS_SSSE3 1
+#endif
 
 namespace celumbrant {
 namespace {
@@ -301,13 +307,20 @@ void drop_alpha(const unsigned char* in, std::size_t pixels, int sppIn, int nOct
   }
 }
 
-// The high bytes of little-endian 16-bit samples. The inner loop has a fixed length so that
-// compilers make vector code of it at every level of optimisation.
+// The high bytes of little-endian 16-bit samples. Blocks of fixed length in arrays of their own: of
+// these every compiler makes vector code, at every level of optimisation.
 void take_high_bytes(const unsigned char* in, std::size_t samples, unsigned char* out) {
   constexpr std::size_t kBlock = 64;
+  constexpr int kHighByte = std::endian::native == std::endian::little ? 8 : 0;
+  std::array<std::uint16_t, kBlock> wide;
+  std::array<unsigned char, kBlock> narrow;
   std::size_t i = 0;
   for (; samples - i >= kBlock; i += kBlock) {
-    for (std::size_t k = 0; k < kBlock; ++k) out[i + k] = in[2 * (i + k) + 1];
+    std::memcpy(wide.data(), in + 2 * i, sizeof wide);
+    for (std::size_t k = 0; k < kBlock; ++k) {
+      narrow[k] = static_cast<unsigned char>(wide[k] >> kHighByte);
+    }
+    std::memcpy(out + i, narrow.data(), sizeof narrow);
   }
   for (; i < samples; ++i) out[i] = in[2 * i + 1];
 }
@@ -327,10 +340,41 @@ void narrow_and_drop_alpha(const unsigned char* in, std::size_t pixels, int sppI
   }
 }
 
+#ifdef CELUMBRANT_HAS_SSSE3
+// The same for most of a row of RGBA, in one step where the processor can pick bytes: two pixels
+// are read at once, and their 6 bytes written as 8, of which the next overwrite the last 2.
+// Returns the pixels that are done.
+[[gnu::target("ssse3")]] std::size_t narrow_pairs(const unsigned char* in, std::size_t pixels,
+                                                  unsigned char* out) {
+  typedef unsigned char Bytes __attribute__((vector_size(16)));
+  std::size_t i = 0;
+  for (; i + 2 < pixels; i += 2) {
+    Bytes pair;
+    std::memcpy(&pair, in + 8 * i, sizeof pair);
+    const Bytes picked = __builtin_shufflevector(pair, pair, 1, 3, 5, 9, 11, 13, -1, -1, -1, -1, -1,
+                                                 -1, -1, -1, -1, -1);
+    std::memcpy(out + 3 * i, &picked, 8);
+  }
+  return i;
+}
+
+std::size_t narrow_most(const unsigned char* in, std::size_t pixels, int sppIn,
+                        unsigned char* out) {
+  const bool can = sppIn == 4 && __builtin_cpu_supports("ssse3") != 0;
+  return can ? narrow_pairs(in, pixels, out) : 0;
+}
+#else
+std::size_t narrow_most(const unsigned char*, std::size_t, int, unsigned char*) {
+  return 0;
+}
+#endif
+
 void convert_row(const Picture& picture, const unsigned char* in, unsigned char* out) {
   const bool has_alpha = picture.sppIn != picture.sppOut;
   if (picture.is16to8 && has_alpha) {
-    narrow_and_drop_alpha(in, picture.width(), picture.sppIn, picture.sppOut, out);
+    const std::size_t done = narrow_most(in, picture.width(), picture.sppIn, out);
+    narrow_and_drop_alpha(in + 8 * done, picture.width() - done, picture.sppIn, picture.sppOut,
+                          out + 3 * done);
   } else if (picture.is16to8) {
     take_high_bytes(in, static_cast<std::size_t>(picture.row_bytes()), out);
   } else if (has_alpha) {
