@@ -253,13 +253,12 @@ TEST(SavedPicture, TakesTheRightPacket) {
     bool with_lens;
     std::string expected;
   };
+  // clang-format off
   const Row rows[] = {
-      {"none", "", 0, false, ""},
-      {"own, with NUL", foreign + '\0', 0, true, foreign},
+      {"none", "", 0, false, ""}, {"own, with NUL", foreign + '\0', 0, true, foreign},
       {"own, without NUL", foreign, 0, true, foreign},
       {"own, without NUL and method -1", foreign, -1, true, foreign.substr(0, foreign.size() - 1)},
-      {"a NUL alone", "\0"s, 0, true, ""},
-      {"settings", "", 2, false, made},
+      {"a NUL alone", "\0"s, 0, true, ""}, {"settings", "", 2, false, made},
       {"own, replaced by settings", foreign + '\0', 2, false, made},
       {"settings of 10 stay", packet_of(10), 2, true, packet_of(10, false)},
       {"settings of 15 stay", packet_of(15), 4, false, packet_of(15, false)},
@@ -268,6 +267,7 @@ TEST(SavedPicture, TakesTheRightPacket) {
       {"settings of 4 stay when none are written", packet_of(4), 0, false, packet_of(4, false)},
       {"without its NUL not even settings count", packet_of(10, false), 2, false, made},
   };
+  // clang-format on
   for (const Row& row : rows) {
     Save save;
     save.xmp = row.xmp;

@@ -81,8 +81,7 @@ TEST(ExifBlock, HasTheBytesOfItsLayout) {
 
 TEST(ExifBlock, HoldsWhatIsThereAndSaysWhenNothingIs) {
   EXPECT_EQ(block_of(Arrays{}), "none");
-  // A model alone, of which no make is known; in the entry itself when it takes four bytes or
-  // fewer.
+  // A model of which no make is known; in the entry itself when it takes four bytes or fewer.
   Arrays model;
   model.exif_text(CELUMBRANT_EXIF_MODEL, "Leica");
   EXPECT_EQ(block_of(model), "II*\0"s + le(8, 4) + le(2, 2) + entry(272, 2, 6, le(38, 4)) +
@@ -145,11 +144,10 @@ TEST(ExifCount, CountsWhatIsPresent) {
     for (const auto& [slot, value] : slots) a.gps[static_cast<std::size_t>(slot)] = value;
     return a;
   };
+  // clang-format off
   const Row rows[] = {
-      {"nothing", {}, {}},
-      {"photo", Arrays::of_photo(), {5, 44, 0, 0, 13, 6, 20, 0, 0}},
-      {"half a fraction", exif(0, 100), {}},
-      {"negative ISO", exif(5, -1), {}},
+      {"nothing", {}, {}}, {"photo", Arrays::of_photo(), {5, 44, 0, 0, 13, 6, 20, 0, 0}},
+      {"half a fraction", exif(0, 100), {}}, {"negative ISO", exif(5, -1), {}},
       {"date-time without NUL", Arrays{}.exif_text(39, "2015:06:01 12:00:00!"), {1, 21, 0, 0, 0, 0, 21, 0, 0}},
       {"model without NUL", Arrays{}.exif_text(23, std::string(64, 'm')), {0, 0, 0, 0, 63, 0, 0, 0, 0}},
       {"lens of 63", Arrays{}.exif_text(44, std::string(63, 'l')), {0, 0, 0, 0, 0, 0, 0, 0, 64}},
@@ -159,6 +157,7 @@ TEST(ExifCount, CountsWhatIsPresent) {
       {"time after midnight", gps({{14, 0}, {15, 1}, {16, 5}}), {}},
       {"altitude and time", gps({{12, 4}, {13, 1}, {14, 9}, {15, 1}}), {0, 0, 3, 32, 0, 0, 0, 0, 0}},
   };
+  // clang-format on
   for (const Row& row : rows) {
     const Counts c(row.arrays);
     EXPECT_EQ((std::array{c.exif, c.exif_data, c.gps, c.gps_data, c.model, c.make, c.date_time, c.date, c.lens}),
@@ -168,32 +167,16 @@ TEST(ExifCount, CountsWhatIsPresent) {
 }
 
 TEST(ExifCount, KnowsTheMakeByTheModel) {
-  const std::pair<const char*, const char*> rows[] = {{"Canon EOS 5D", "Canon"},
-                                                      {"NIKON D5000", "NIKON CORPORATION"},
-                                                      {"SLT-A99", "SONY"},
-                                                      {"SONY", "SONY"},
-                                                      {"DMC-G1", "Panasonic"},
-                                                      {"NEX-5", "SONY"},
-                                                      {"X10 ", "FUJIFILM"},
-                                                      {"X10", ""},
-                                                      {"X100", ""},
-                                                      {"PENTAX K-3", "PENTAX"},
-                                                      {"DSLR-A100", "SONY"},
-                                                      {"E-1", "OLYMPUS"},
-                                                      {"E-7x", "OLYMPUS"},
-                                                      {"E-8", ""},
-                                                      {"E-P1", "OLYMPUS"},
-                                                      {"E-M5", "OLYMPUS"},
-                                                      {"SP350", "OLYMPUS"},
-                                                      {"SP5", "OLYMPUS"},
-                                                      {"SP4", ""},
-                                                      {"OLYMPUS E", "OLYMPUS"},
-                                                      {"FinePix S2", "FUJIFILM"},
-                                                      {"FUJIFILM X", "FUJIFILM"},
-                                                      {"Panasonic", "Panasonic"},
-                                                      {"sony A7", ""},
-                                                      {"E-", ""},
-                                                      {"", ""}};
+  // clang-format off
+  const std::pair<const char*, const char*> rows[] = {
+      {"Canon EOS 5D", "Canon"}, {"NIKON D5000", "NIKON CORPORATION"}, {"SLT-A99", "SONY"}, {"SONY", "SONY"},
+      {"DMC-G1", "Panasonic"}, {"NEX-5", "SONY"}, {"X10 ", "FUJIFILM"}, {"X10", ""}, {"X100", ""},
+      {"PENTAX K-3", "PENTAX"}, {"DSLR-A100", "SONY"}, {"E-1", "OLYMPUS"}, {"E-7x", "OLYMPUS"}, {"E-8", ""},
+      {"E-P1", "OLYMPUS"}, {"E-M5", "OLYMPUS"}, {"SP350", "OLYMPUS"}, {"SP5", "OLYMPUS"}, {"SP4", ""},
+      {"OLYMPUS E", "OLYMPUS"}, {"FinePix S2", "FUJIFILM"}, {"FUJIFILM X", "FUJIFILM"}, {"Panasonic", "Panasonic"},
+      {"sony A7", ""}, {"E-", ""}, {"", ""},
+  };
+  // clang-format on
   for (const auto& [model, make] : rows) {
     const Counts counts(Arrays{}.exif_text(CELUMBRANT_EXIF_MODEL, model));
     EXPECT_EQ(std::string(counts.make_text.data()), make) << model;
@@ -221,15 +204,14 @@ TEST(IptcKeyword, GoesBehindTheLastOneOrWhatStandsForIt) {
     std::string before, behind;
     int result;
   };
+  // clang-format off
   const Row rows[] = {
-      {version + key, caption, 14},
-      {version + key + caption + data_set(2, 25, "cd"), caption, 27},
-      {version + caption, "", 13},
-      {version, "", 7},
+      {version + key, caption, 14}, {version + key + caption + data_set(2, 25, "cd"), caption, 27},
+      {version + caption, "", 13}, {version, "", 7},
       {version, data_set(2, 80, ""), 7},  // an empty data set at the end is not seen
-      {data_set(1, 90, "x"), data_set(3, 10, "yy"), 6},
-      {version + data_set(2, 120, "a\x1C\2b"), "", 16},
+      {data_set(1, 90, "x"), data_set(3, 10, "yy"), 6}, {version + data_set(2, 120, "a\x1C\2b"), "", 16},
   };
+  // clang-format on
   for (const Row& row : rows) {
     EXPECT_EQ(with_keyword(row.before + row.behind, "new", row.result), row.before + added + row.behind);
   }
@@ -255,6 +237,7 @@ TEST(TiffTag, IsFoundInTheChainOrNot) {
   std::string loop = head + le(1, 2) + other + le(8, 4);
   std::string many = head + le(65535, 2);
   for (int i = 0; i < 2000; ++i) many += other;
+  // clang-format off
   const Row rows[] = {
       {"first directory", head + le(2, 2) + other + profile + le(0, 4), 34675, 22, 500, 1000},
       {"second directory", head + le(1, 2) + other + le(26, 4) + le(1, 2) + profile + le(0, 4), 34675, 28, 500, 1000},
@@ -262,16 +245,15 @@ TEST(TiffTag, IsFoundInTheChainOrNot) {
       {"two SHORTs", head + le(1, 2) + entry(258, 3, 2, le(9, 2) + le(8, 2)) + le(0, 4), 258, 10, 2, 9},
       {"three SHORTs", head + le(1, 2) + entry(258, 3, 3, le(0x80009, 4)) + le(0, 4), 258, 10, 3, 0x80009},
       {"absent", head + le(1, 2) + other + le(0, 4), 34675, -1, kAbsent, kAbsent},
-      {"no directory", "II*\0"s + le(0, 4), 34675, -1, kAbsent, kAbsent},
-      {"loop", loop, 34675, -1, kAbsent, kAbsent},
+      {"no directory", "II*\0"s + le(0, 4), 34675, -1, kAbsent, kAbsent}, {"loop", loop, 34675, -1, kAbsent, kAbsent},
       {"big-endian", "MM\0*"s + "\0\0\0\10"s, 34675, -2, kAbsent, kAbsent},
       {"other number", "II+\0"s + le(8, 4), 34675, -2, kAbsent, kAbsent},
       {"no entries", head + le(0, 2) + le(0, 4), 34675, -2, kAbsent, kAbsent},
       {"negative offset", "II*\0"s + le(0x80000000, 4), 34675, -3, kAbsent, kAbsent},
       {"beyond the end", "II*\0"s + le(4000000, 4), 34675, -3, kAbsent, kAbsent},
-      {"entries beyond the end", many, 34675, -3, kAbsent, kAbsent},
-      {"empty", "", 34675, -2, kAbsent, kAbsent},
+      {"entries beyond the end", many, 34675, -3, kAbsent, kAbsent}, {"empty", "", 34675, -2, kAbsent, kAbsent},
   };
+  // clang-format on
   for (const Row& row : rows) {
     SCOPED_TRACE(row.what);
     const std::unique_ptr<FILE, int (*)(FILE*)> file(std::tmpfile(), std::fclose);
