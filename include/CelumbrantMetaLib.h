@@ -106,8 +106,8 @@ typedef struct ExifInfo2 {
 
 /** Byte orders: the first two bytes of a TIFF structure, read as a big-endian number. */
 enum {
-  CELUMBRANT_LITTLE_ENDIAN = 0x4949 /**< "II" */,
-  CELUMBRANT_BIG_ENDIAN = 0x4D4D /**< "MM" */
+  CELUMBRANT_LITTLE_ENDIAN = 0x4949, /**< "II" */
+  CELUMBRANT_BIG_ENDIAN = 0x4D4D     /**< "MM" */
 };
 
 /**
@@ -136,10 +136,20 @@ CELUMBRANT_META_API unsigned short fgetmi2(FILE* f, short order) CELUMBRANT_META
  */
 CELUMBRANT_META_API int fgetmi4(FILE* f, short order) CELUMBRANT_META_NOEXCEPT;
 
-/** @brief fgetmi2 for a number that is always big-endian: JPEG lengths, Photoshop structures. */
+/**
+ * @brief fgetmi2 for a number that is always big-endian: JPEG lengths, Photoshop structures.
+ *
+ * @param f  as for fgetmi2.
+ * @return as fgetmi2 with CELUMBRANT_BIG_ENDIAN.
+ */
 CELUMBRANT_META_API unsigned short fgetm2(FILE* f) CELUMBRANT_META_NOEXCEPT;
 
-/** @brief fgetmi4 for a number that is always big-endian. */
+/**
+ * @brief fgetmi4 for a number that is always big-endian.
+ *
+ * @param f  as for fgetmi4.
+ * @return as fgetmi4 with CELUMBRANT_BIG_ENDIAN.
+ */
 CELUMBRANT_META_API int fgetm4(FILE* f) CELUMBRANT_META_NOEXCEPT;
 
 /** @} */
@@ -150,7 +160,8 @@ CELUMBRANT_META_API int fgetm4(FILE* f) CELUMBRANT_META_NOEXCEPT;
  * Reading a photograph. Files are untrusted: whatever bytes they hold, a read ends soon, stays
  * inside its buffers and takes no more memory than the file is long. What a file lacks reads as the
  * byte-order readers tell of the end of a stream. Of a file made to cost time (600,000 directory
- * entries, 200,000 reads or 64 MiB of Photoshop resources in one call) the rest is ignored.
+ * entries or 200,000 reads in one call) the rest is ignored, and behind 64 MiB of Photoshop resources
+ * further resources are.
  *
  * The functions that take a stream need one that was opened in binary mode and can be sought.
  * @{
@@ -183,18 +194,19 @@ enum { CELUMBRANT_IMAGE_TIFF = 0, CELUMBRANT_IMAGE_JPEG = 1, CELUMBRANT_IMAGE_PS
  * @return
  *   1: the file was read to its end; the record holds what was found, possibly nothing.
  *   -1: the file cannot be opened. A JPEG file does not begin with 0xFF 0xD8, or has five 0xFF
- *       bytes where a marker code belongs, or a segment whose length is below 2. A Photoshop file
- *       is shorter than 4 bytes or has no EXIF resource.
+ *       bytes where a marker code belongs before its first APP1, or a segment whose length is below
+ *       2 (but for an APP1 behind the Exif segment). A Photoshop file is shorter than 4 bytes or
+ *       has no EXIF resource.
  *   -2: a JPEG file has no APP1 before its image data or its end. A Photoshop file does not begin
- *       with "8BPS". The TIFF structure begins with neither "II" nor "MM"; so does a JPEG file's
- *       first APP1 when it is not an Exif segment.
+ *       with "8BPS". The TIFF structure begins with neither "II" nor "MM"; in a JPEG file whose
+ *       first APP1 is no Exif segment, what stands behind its first 6 bytes is taken for one.
  *   -3: the TIFF structure's magic number is not 42. A Photoshop file has fewer than 3 channels, or
  *       its colour mode is not RGB.
  *   -10: what was read of a JPEG file is in the record, but the search for APP13 came to a byte
  *       that is no marker, or to the end of the file.
  *
- * Printed on standard error: "too many padding bytes" for the five 0xFF bytes, "invalid marker" for
- * the length below 2, each with a line feed.
+ * Printed on standard error, with these results of -1 only: "too many padding bytes" for the five
+ * 0xFF bytes, "invalid marker" for the length below 2, each with a line feed.
  */
 CELUMBRANT_META_API int getExifData(const char* nomfic, int imageType,
                                     ExifInfo2* exifInfo) CELUMBRANT_META_NOEXCEPT;
@@ -207,7 +219,8 @@ CELUMBRANT_META_API int getExifData(const char* nomfic, int imageType,
  * from ISOSpeedRatings, else from ExposureIndex. A rational whose denominator is not above 0 is
  * passed over.
  *
- * @param ifp  stands at the directory's entry count; afterwards behind its last entry.
+ * @param ifp  stands at the directory's entry count; afterwards behind its last entry, or at the end
+ *        of a file that ends before.
  * @param breed  not used; the count of the entry that names the directory.
  * @param order  byte order, as for fgetmi2.
  * @param startTiffHeader  position of the TIFF header, from which offsets count.
@@ -223,7 +236,8 @@ CELUMBRANT_META_API int parse_exif_data(FILE* ifp, int breed, short order, int s
  * Of a value with more than three rationals the first three are taken; one with fewer fills only
  * its own. A date of fewer than 6 bytes is passed over. Nothing is validated.
  *
- * @param ifp  stands at the directory's entry count; afterwards behind its last entry.
+ * @param ifp  stands at the directory's entry count; afterwards behind its last entry, or at the end
+ *        of a file that ends before.
  * @param breed  not used; the count of the entry that names the directory.
  * @param order  byte order, as for fgetmi2.
  * @param startTiffHeader  position of the TIFF header, from which offsets count.
@@ -243,8 +257,8 @@ CELUMBRANT_META_API int parse_gps_data(FILE* ifp, int breed, short order, int st
  * @param breed  bytes to search from there; more than the stream has is harmless.
  * @param[in,out] exifInfo  iptc_len and iptc_offset; thumb_width, _height, _row, _datalen and
  *        _offset. What is not found keeps its values.
- * @return the length of the thumbnail's JPEG data; 1 when there is no thumbnail; -4 when there is
- * no memory for the resources, or breed is negative.
+ * @return the length of the thumbnail's JPEG data; 1 when there is no thumbnail; -4 when there is no
+ *         memory for the resources, or breed is negative.
  */
 CELUMBRANT_META_API int parse_photoshop_data(FILE* ifp, int breed,
                                              ExifInfo2* exifInfo) CELUMBRANT_META_NOEXCEPT;
@@ -263,7 +277,7 @@ CELUMBRANT_META_API int parse_photoshop_data(FILE* ifp, int breed,
  *   -1: the file cannot be opened, or ends before the block does; or the length of the file and
  *       iptcOffset add to less than 1.
  *   -2: iptcBuf does not begin with 0x1C, the mark of IPTC data; also when the block was read
- * short.
+ *       short, or not at all since it lies behind the end of the file.
  */
 CELUMBRANT_META_API int read_iptc(const char* nomfic, int iptcLen, int iptcOffset,
                                   unsigned char* iptcBuf) CELUMBRANT_META_NOEXCEPT;
@@ -292,7 +306,7 @@ CELUMBRANT_META_API int extract_xmp(const char* nomfic, int xmpLen, int xmpOffse
  * the 9th to 11th three numbers behind the letters R, G and B, such as R40. The ISO speed is 200,
  * doubled for every full 30 of the mean of the largest and the smallest of the three.
  *
- * @param ifp  stands at the text; afterwards behind it.
+ * @param ifp  stands at the text; afterwards behind it, or at the end of a file that lacks a part.
  * @param breed  bytes of the text; a NUL ends it earlier.
  * @param[in,out] exifInfo  changed only when all three numbers were found: iso; exposure, when its
  *        denominator is above 0; camera, which becomes 2 when numerator, denominator and the number
@@ -393,7 +407,7 @@ enum {
  * @param[out] exifBuf  at least 60 integers, written as listed above.
  * @param[out] gpsBuf  at least 24 integers, likewise.
  * @return exifBuf[CELUMBRANT_EXIF_EXPOSURE] as it is then: what it was before when the record has
- * no exposure time.
+ *         no exposure time.
  */
 CELUMBRANT_META_API int metadataBufFromExifInfo(const ExifInfo2* exifInfo, int* exifBuf,
                                                 int* gpsBuf) CELUMBRANT_META_NOEXCEPT;
@@ -465,8 +479,8 @@ CELUMBRANT_META_API int get_exif_count(const int* exifBuf, int* pExifCount, int*
  * @param gpsBuf  24 integers, read.
  * @param pMakeInfo  the make, makeLen bytes, read.
  * @param[out] exif_data_ptr  as many bytes as the result says; 472 suffice for sizes that
- * get_exif_count gave. Bytes that no value needs are not written (the last two of orientation and
- * ISO speed, the last three of a GPS reference): so hand over zeros.
+ *        get_exif_count gave. Bytes that no value needs are not written (the last two of orientation
+ *        and ISO speed, the last three of a GPS reference): so hand over zeros.
  * @return the bytes of the block, whatever the arrays hold never more than the sizes add up to; -1,
  *         and nothing is written, when there is neither make nor model nor an entry of either
  *         directory, or when a size lies outside what get_exif_count can give.
@@ -499,7 +513,7 @@ CELUMBRANT_META_API int add_iptc_keyword(int lenIn, const unsigned char* iptcBuf
  * @brief Finds an entry in a little-endian TIFF file's chain of directories.
  *
  * EXIF and GPS directories are not searched. A chain of more than 65,536 directories counts as a
- * loop, and the search ends after 2,000,000 entries.
+ * loop, and the search is given up after 2,000,000 entries or 200,000 reads.
  *
  * @param ifp  stands at the file's first byte; afterwards anywhere.
  * @param requestedTag  the tag.
@@ -508,7 +522,7 @@ CELUMBRANT_META_API int add_iptc_keyword(int lenIn, const unsigned char* iptcBuf
  *        bytes: a value or an offset; untouched when it is not found.
  * @return
  *   above 0: the position of the entry in the file.
- *   -1: no directory has the tag.
+ *   -1: no directory has the tag, or the search was given up, or the entry lies beyond 2 GiB.
  *   -2: not a little-endian TIFF file, or a directory without entries.
  *   -3: a directory lies where no file can have it, or the chain is cut off by the file's end.
  */
@@ -530,9 +544,11 @@ CELUMBRANT_META_API int get_tif_tag(FILE* ifp, int requestedTag, int* tagLen,
  *   0: the file has no profile's entry, or is not a little-endian TIFF file; unchanged.
  *   -1: the file cannot be opened, which is printed on standard error: "Can not open input file for
  *       reading\n", "... for appending\n" or "... for update\n"; or the entry is gone meanwhile.
+ *       The old profile holds.
  *   -2: something was not written, newLenProfile is negative, the entry is cut off, or the file has
  *       4 GiB or more: the old profile holds. Also for a newLenProfile of 0, but then the entry is
  *       changed: its count is 0.
+ *   After a failure the file may be longer, by what was appended.
  */
 CELUMBRANT_META_API int update_tif_profile(int newLenProfile, const unsigned char* newProfileBuf,
                                            const char* inputFile) CELUMBRANT_META_NOEXCEPT;

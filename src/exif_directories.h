@@ -59,14 +59,6 @@ inline constexpr DirectoryRow kGpsRows[] = {
 };
 // clang-format on
 
-inline constexpr int kRationalBytes = 8;
-inline constexpr int kEntryBytes = 12;
-
-// Bytes of a directory without the values behind it: its count, its entries, the next one's offset.
-constexpr int directory_bytes(int entries) {
-  return kEntryBytes * entries + 6;
-}
-
 // The bytes of a flat array, from a slot on.
 inline const char* bytes_from(const int* slots, int slot) {
   return reinterpret_cast<const char*>(slots + slot);

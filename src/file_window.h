@@ -98,11 +98,12 @@ class FileWindow {
 
   bool at_end() { return !reach(); }
 
-  // Bytes from the position to the end of the file.
+  // Bytes from the position to the end of the file, whose length is asked for once.
   std::int64_t remaining() {
-    if (std::fseek(stream_, 0, SEEK_END) == 0) {
+    if (!knows_length_ && std::fseek(stream_, 0, SEEK_END) == 0) {
       stream_at_ = std::ftell(stream_);
       if (stream_at_ >= 0) end_ = stream_at_;
+      knows_length_ = true;
     }
     return std::max<std::int64_t>(end_ - position_, 0);
   }
@@ -186,6 +187,7 @@ class FileWindow {
   std::int64_t stream_at_;  // where the stream stands; -1 when that is not known
   // No byte of the file stands here or beyond.
   std::int64_t end_ = std::numeric_limits<std::int64_t>::max();
+  bool knows_length_ = false;
   int refills_ = 0;
   Window first_;
   Window second_;

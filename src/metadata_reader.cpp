@@ -38,7 +38,7 @@ namespace {
 
 using namespace std::string_view_literals;
 
-// Reads as many bytes as the text has and compares them with it.
+// Reads as many bytes as the text has and compares them with it. The texts are short identifiers.
 bool read_matches(FileWindow& file, std::string_view text) {
   std::array<char, 32> bytes;
   const std::size_t count = file.read(bytes.data(), text.size());
@@ -160,7 +160,7 @@ void read_reference(const Tiff& tiff, const Entry& entry, char& field) {
   field = static_cast<char>(tiff.file.byte());
 }
 
-// Rationals that the file has fewer of leave the rest of the field.
+// An entry of fewer rationals leaves the rest of the field.
 void read_rationals(const Tiff& tiff, int count, int* field) {
   constexpr int kMost = 3;
   for (int i = 0; i < std::min(count, kMost); ++i) {
@@ -355,7 +355,7 @@ void store_entry(Scan& scan, const Tiff& tiff, int cntIfd, const Entry& entry) {
     case kTagIptc:
       return store_iptc_entry(entry, record);
     case kTagPhotoshopResources:
-      if (scan.imageType == CELUMBRANT_IMAGE_TIFF) {
+      if (scan.imageType == CELUMBRANT_IMAGE_TIFF && !tiff.budget.spent_on_resources()) {
         read_photoshop_resources(tiff.file, tiff.budget, entry.count, record);
       }
       return;
@@ -597,24 +597,25 @@ int scan_file(Scan& scan) {
 
 constexpr int kNotLoaded = 0;
 
-// What loading a block came to: how many bytes were read, or the result that says why none were.
+// What loading a block came to. Where nothing was tried, `result` says why.
 struct Loaded {
-  bool done;
-  int count;
+  bool tried;
+  int result;
+  int bytes_read;
 };
 
 // The block's place is compared with the file's length only roughly: a block that runs past the
 // end is read short.
 Loaded load_block(const char* nomfic, int length, int offset, void* block) {
   const File file(nomfic, "rb");
-  if (!file || std::fseek(file.get(), 0, SEEK_END) != 0) return {false, kCannotOpen};
-  const std::int64_t file_length = std::ftell(file.get());
-  if (file_length + offset < 1) return {false, kCannotOpen};
-  if (length <= 0 || length >= file_length) return {false, kNotLoaded};
-  if (std::fseek(file.get(), offset, SEEK_SET) != 0) return {false, kNotLoaded};
+  if (!file || std::fseek(file.get(), 0, SEEK_END) != 0) return {false, kCannotOpen, 0};
+  const std::int64_t file_length = std::ftell(file.get());  // of a folder it can be the largest
+  if (file_length < 1 - std::int64_t{offset}) return {false, kCannotOpen, 0};
+  if (length <= 0 || length >= file_length) return {false, kNotLoaded, 0};
+  if (std::fseek(file.get(), offset, SEEK_SET) != 0) return {false, kNotLoaded, 0};
   const std::size_t count = std::fread(block, 1, static_cast<std::size_t>(length), file.get());
   trace<_debug4>("block at", offset, " length", length, " read", count);
-  return {true, static_cast<int>(count)};
+  return {true, kNotLoaded, static_cast<int>(count)};
 }
 
 // ---- Image description --------------------------------------------------------------------------
@@ -720,8 +721,8 @@ void store_description(const Description& found, ExifInfo2& record) {
 // The data of a description tag: "desc", 4 reserved bytes, 4 for a big-endian length, the text.
 // Lengths from 256 on are passed over with what only looks like one, such as the tag table's entry.
 constexpr std::string_view kDescription = "desc\0\0\0\0\0\0\0"sv;
-constexpr std::size_t kProfileHeader = 32;  // as much of it as is not searched
-constexpr std::size_t kLeastBehind = 16;    // bytes that must follow "desc" and more
+constexpr std::size_t kNotSearched = 32;       // bytes at the start of a profile
+constexpr std::size_t kLeastDescription = 16;  // bytes from "desc" on; at least one must follow
 
 constexpr std::array kProfileNames{"sRGB"sv, "Adobe RGB"sv, "ProPhoto RGB"sv};
 
@@ -736,8 +737,8 @@ std::string_view known_name(std::string_view text, std::size_t length) {
 
 // Where the first description of a profile begins, its length byte; npos when there is none.
 std::size_t find_description(std::string_view profile) {
-  const std::size_t at = profile.find(kDescription, kProfileHeader);
-  const bool found = at != std::string_view::npos && at + kLeastBehind < profile.size();
+  const std::size_t at = profile.find(kDescription, kNotSearched);
+  const bool found = at != std::string_view::npos && at + kLeastDescription < profile.size();
   return found ? at + kDescription.size() : std::string_view::npos;
 }
 
@@ -787,14 +788,14 @@ int read_iptc(const char* nomfic, int iptcLen, int iptcOffset, unsigned char* ip
   constexpr int kNotIptc = -2;
   constexpr unsigned char kTagMarker = 0x1C;
   const Loaded block = load_block(nomfic, iptcLen, iptcOffset, iptcBuf);
-  if (!block.done) return block.count;
+  if (!block.tried) return block.result;
   if (iptcBuf[0] != kTagMarker) return kNotIptc;
-  return block.count == iptcLen ? iptcLen : kShortRead;
+  return block.bytes_read == iptcLen ? iptcLen : kShortRead;
 }
 
 int extract_xmp(const char* nomfic, int xmpLen, int xmpOffset, char* xmpBuf) noexcept {
   const Loaded block = load_block(nomfic, xmpLen, xmpOffset, xmpBuf);
-  if (!block.done) return block.count;
+  if (!block.tried) return block.result;
   if (xmpLen == INT_MAX) return kNotLoaded;  // no int counts the NUL behind it
   return get_settings_from_xmp(CBTM_QUERY_METHOD, xmpLen + 1, xmpBuf, nullptr, nullptr);
 }

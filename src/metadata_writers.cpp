@@ -118,8 +118,9 @@ std::string_view text_at(const int* slots, int slot, std::size_t range) {
 // With the NUL. One that fills its range has none, and readers of the model and lens texts expect
 // 63 characters at most.
 int name_length(std::string_view name, int range) {
-  if (name.empty()) return 0;
-  return std::min(static_cast<int>(name.size()) + 1, range - (std::ssize(name) == range ? 1 : 0));
+  const auto length = static_cast<int>(name.size());
+  if (length == 0) return 0;
+  return length == range ? range - 1 : length + 1;
 }
 
 int date_time_length(const int* exifBuf) {
@@ -365,11 +366,10 @@ int repoint_entry(const char* inputFile, int newLenProfile, const ProfileEntry& 
     std::fputs("Can not open input file for update\n", stderr);
     return kCannotOpen;
   }
-  constexpr long kCountField = 4;
   const long position = static_cast<long>(profile.position);
   if (std::fseek(file.get(), position, SEEK_SET) != 0) return kNotWritten;
   if (fgetmi2(file.get(), kMarkLittleEndian) != kTagIccProfile) return kNoProfileEntry;
-  if (std::fseek(file.get(), position + kCountField, SEEK_SET) != 0) return kNotWritten;
+  if (std::fseek(file.get(), position + kCountFieldOffset, SEEK_SET) != 0) return kNotWritten;
   std::array<unsigned char, 8> fields;
   ByteWriter out(fields);
   out.i32(newLenProfile);
@@ -449,19 +449,22 @@ int add_iptc_keyword(int lenIn, const unsigned char* iptcBufIn, int lenKeyword,
   if (lenIn < 0 || lenKeyword < 0) return kInconsistent;
   const std::string_view block(reinterpret_cast<const char*>(iptcBufIn),
                                static_cast<std::size_t>(lenIn));
-  const auto lenCopy = lenIn == 0 ? kRecordVersion2.size() : place_of_keyword(block);
-  if (!lenCopy) return kInconsistent;
-  const std::string_view before = lenIn == 0 ? kRecordVersion2 : block.substr(0, *lenCopy);
   const std::string_view keyword(strKeyword, static_cast<std::size_t>(lenKeyword));
-
-  ByteWriter out({iptcBufOut, before.size() + kDataSetHeadBytes + keyword.size() +
-                                  (block.size() - std::min(block.size(), *lenCopy))});
+  std::string_view before = kRecordVersion2;  // of a block that is new
+  std::string_view after;
+  if (lenIn > 0) {
+    const auto lenCopy = place_of_keyword(block);
+    if (!lenCopy) return kInconsistent;
+    before = block.substr(0, *lenCopy);
+    after = block.substr(*lenCopy);
+  }
+  ByteWriter out({iptcBufOut, before.size() + kDataSetHeadBytes + keyword.size() + after.size()});
   out.text(before);
   out.text(kKeyword);
   out.be16(lenKeyword);
   out.text(keyword);
-  if (lenIn > 0) out.text(block.substr(*lenCopy));
-  return static_cast<int>(*lenCopy);
+  out.text(after);
+  return static_cast<int>(before.size());
 }
 
 int get_tif_tag(FILE* ifp, int requestedTag, int* tagLen, int* tagVal) noexcept {

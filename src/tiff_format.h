@@ -21,7 +21,15 @@
 namespace celumbrant {
 
 inline constexpr int kTiffMagic = 42;
+inline constexpr int kEntryBytes = 12;
+inline constexpr int kCountFieldOffset = 4;  // in an entry; the value field follows it
 inline constexpr int kValueFieldBytes = 4;
+inline constexpr int kRationalBytes = 8;
+
+// Bytes of a directory without the values behind it: its count, its entries, the next one's offset.
+constexpr int directory_bytes(int entries) {
+  return kEntryBytes * entries + 6;
+}
 
 enum TiffType : std::uint16_t {
   kTypeByte = 1,

@@ -21,7 +21,8 @@ inline constexpr int kMostRefills = 200'000;
 // What the search for one tag may read in a chain of directories.
 inline constexpr int kMostChainEntries = 2'000'000;
 inline constexpr int kMostChainDirectories = 65'536;
-// Photoshop resources seldom take a MiB.
+// Photoshop resources seldom take a MiB. Beyond this no further ones are read; directories still are,
+// since an editor may leave one block of any size.
 inline constexpr std::int64_t kMostResourceBytes = std::int64_t{64} << 20;
 
 class WorkBudget {
@@ -31,10 +32,8 @@ class WorkBudget {
   void charge_entry() { ++entries_; }
   void charge_resource(std::int64_t bytes) { resource_bytes_ += bytes; }
 
-  bool spent() const {
-    return entries_ >= kMostEntries || file_.refills() >= kMostRefills ||
-           resource_bytes_ >= kMostResourceBytes;
-  }
+  bool spent() const { return entries_ >= kMostEntries || file_.refills() >= kMostRefills; }
+  bool spent_on_resources() const { return resource_bytes_ >= kMostResourceBytes; }
 
  private:
   const FileWindow& file_;
