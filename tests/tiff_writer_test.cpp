@@ -13,7 +13,6 @@
 #include <functional>
 #include <map>
 #include <random>
-#include <regex>
 #include <thread>
 
 #include "support/failing_memory.h"
@@ -147,29 +146,19 @@ TEST(SavedPicture, RefersToEveryBlock) {
   const Entries entries = entries_at(file, ifddebut);
   std::string packet(static_cast<std::size_t>(embed_xmp(0, 14, save.settings.data(), 6, "50 mm", nullptr)), '\0');
   embed_xmp(1, 14, save.settings.data(), 6, "50 mm", packet.data());
-  const std::map<int, std::string> expected = {{256, "3x1:" + le(5, 2)},
-                                               {257, "3x1:" + le(3, 2)},
-                                               {258, "3x3:" + le(32, 2) + le(32, 2) + le(32, 2)},
-                                               {259, "3x1:" + le(1, 2)},
-                                               {262, "3x1:" + le(2, 2)},
-                                               {271, "2x6:Canon\0"s},
-                                               {272, "2x13:Canon EOS 5D\0"s},
-                                               {273, "4x1:" + le(8, 4)},
-                                               {274, "3x1:" + le(1, 2)},
-                                               {277, "3x1:" + le(3, 2)},
-                                               {278, "3x1:" + le(3, 2)},
-                                               {279, "4x1:" + le(180, 4)},
-                                               {282, "5x1:" + le(72000, 4) + le(1000, 4)},
-                                               {283, "5x1:" + le(72000, 4) + le(1000, 4)},
-                                               {284, "3x1:" + le(1, 2)},
-                                               {296, "3x1:" + le(2, 2)},
-                                               {305, "2x31:Celumbrant Merge To 32-bit HDR\0"s},
-                                               {339, "3x3:" + le(3, 2) + le(3, 2) + le(3, 2)},
-                                               {700, "1x" + std::to_string(packet.size() + 1) + ":" + packet + " "},
-                                               {33723, "4x3:" + save.iptc + "\0\0\0"s},
-                                               {34665, entries.values.at(34665)},
-                                               {34675, "7x" + std::to_string(save.profile.size()) + ":" + save.profile},
-                                               {34853, entries.values.at(34853)}};
+  const std::string dpi = "5x1:" + le(72000, 4) + le(1000, 4);
+  const auto three = [](unsigned long value) { return "3x3:" + le(value, 2) + le(value, 2) + le(value, 2); };
+  const auto one = [](unsigned long value) { return "3x1:" + le(value, 2); };
+  // clang-format off
+  const std::map<int, std::string> expected = {
+      {256, one(5)}, {257, one(3)}, {258, three(32)}, {259, one(1)}, {262, one(2)}, {271, "2x6:Canon\0"s},
+      {272, "2x13:Canon EOS 5D\0"s}, {273, "4x1:" + le(8, 4)}, {274, one(1)}, {277, one(3)}, {278, one(3)},
+      {279, "4x1:" + le(180, 4)}, {282, dpi}, {283, dpi}, {284, one(1)}, {296, one(2)},
+      {305, "2x31:Celumbrant Merge To 32-bit HDR\0"s}, {339, three(3)},
+      {700, "1x" + std::to_string(packet.size() + 1) + ":" + packet + " "}, {33723, "4x3:" + save.iptc + "\0\0\0"s},
+      {34665, entries.values.at(34665)}, {34675, "7x" + std::to_string(save.profile.size()) + ":" + save.profile},
+      {34853, entries.values.at(34853)}};
+  // clang-format on
   EXPECT_EQ(entries.values, expected);
   // The sub-directories are those of the EXIF block, and the file ends where the last value does.
   const Entries exif = entries_at(file, offset_in(entries.values.at(34665)));
@@ -214,17 +203,11 @@ TEST(SavedPicture, KeepsShortValuesInTheirEntries) {
 }
 
 TEST(SavedPicture, HoldsThePixelsOfEveryKind) {
-  for (const int depth : {8, 16, 32, 3216}) {
-    for (int samples = 1; samples <= 4; ++samples) {
-      for (const int padding : {0, 3}) {
-        for (const bool is16to8 : {false, true}) {
-          if (is16to8 && depth != 8) continue;
-          SCOPED_TRACE(testing::Message() << depth << " " << samples << " " << padding << " " << is16to8);
-          Save save = picture_of(77, 3, samples, depth, is16to8, padding);
-          const std::string strip = strip_of(save);
-          EXPECT_EQ(save.file(3).substr(8, strip.size()), strip);
-        }
-      }
+  for (const auto& [depth, is16to8] : {std::pair(8, false), {8, true}, {16, false}, {32, false}, {3216, false}}) {
+    for (int kind = 0; kind < 8; ++kind) {
+      Save save = picture_of(77, 3, kind / 2 + 1, depth, is16to8, kind % 2 * 3);
+      const std::string strip = strip_of(save);
+      EXPECT_EQ(save.file(3).substr(8, strip.size()), strip) << depth << " " << is16to8 << " " << kind;
     }
   }
   // Several writes of rows, the last of them smaller; rows that are narrowed in parts.
@@ -403,14 +386,10 @@ TEST(OtherReaders, ReadASavedPicture) {
           "exiftool -n -s -a -warning -error -Make -Model -ExposureTime -FNumber -ISO -DateTimeOriginal "
           "-FocalLength -GPSLatitude -GPSLongitude -ProfileDescription -Keywords -Lens " +
           name);
-      for (const char* line :
-           {"Make *: PENTAX\n", "Model *: PENTAX K-3\n", "ExposureTime *: 0.0040001", "FNumber *: 8\n", "ISO *: 100\n",
-            "DateTimeOriginal *: 2015:06:01 12:00:00\n", "FocalLength *: 50\n", "GPSLatitude *: 47.6083",
-            "GPSLongitude *: -7.5876|GPSLongitude *: 7.5876", "ProfileDescription *: the profile\n",
-            "Keywords *: harbour\n", "Lens *: 50 mm\n"}) {
-        EXPECT_TRUE(std::regex_search(shown, std::regex(line))) << line << "\n" << shown;
-      }
-      EXPECT_EQ(shown.find("Warning"), std::string::npos) << shown;
+      expect_shown(shown, {"Make *: PENTAX\n", "Model *: PENTAX K-3\n", "ExposureTime *: 0.0040001", "FNumber *: 8\n",
+                           "ISO *: 100\n", "DateTimeOriginal *: 2015:06:01 12:00:00\n", "FocalLength *: 50\n",
+                           "GPSLatitude *: 47.6083", "GPSLongitude *: -7.5876|GPSLongitude *: 7.5876",
+                           "ProfileDescription *: the profile\n", "Keywords *: harbour\n", "Lens *: 50 mm\n"});
     }
   }
 }

@@ -15,7 +15,6 @@
 #include <fstream>
 #include <memory>
 #include <random>
-#include <regex>
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -344,17 +343,12 @@ TEST(OtherReaders, ReadTheExifBlock) {
       "-DateTimeOriginal -FocalLength -GPSLatitude -GPSLongitude -GPSAltitude "
       "-GPSTimeStamp -GPSDateStamp " +
       name);
-  for (const char* line :
-       {"Make *: Canon\n", "Model *: Canon EOS 5D\n", "Orientation *: 6\n", "ExposureTime *: 0.0040001",
-        "FNumber *: 8\n", "ISO *: 100\n", "DateTimeOriginal *: 2015:06:01 12:00:00\n", "FocalLength *: 50\n",
-        "GPSLatitude *: 47.6083333", "GPSLongitude *: 7.5876388", "GPSAltitude *: 12.5\n", "GPSTimeStamp *: 09:08:07\n",
-        "GPSDateStamp *: 2015:06:01\n"}) {
-    EXPECT_TRUE(std::regex_search(shown, std::regex(line))) << line << "\n" << shown;
-  }
-  EXPECT_EQ(shown.find("Warning"), std::string::npos) << shown;
+  expect_shown(shown, {"Make *: Canon\n", "Model *: Canon EOS 5D\n", "Orientation *: 6\n", "ExposureTime *: 0.0040001",
+                       "FNumber *: 8\n", "ISO *: 100\n", "DateTimeOriginal *: 2015:06:01 12:00:00\n",
+                       "FocalLength *: 50\n", "GPSLatitude *: 47.6083333", "GPSLongitude *: 7.5876388",
+                       "GPSAltitude *: 12.5\n", "GPSTimeStamp *: 09:08:07\n", "GPSDateStamp *: 2015:06:01\n"});
   const std::string exiv2 = output_of("exiv2 -q -PEkv pr " + name);
-  EXPECT_TRUE(std::regex_search(exiv2, std::regex("Exif.Photo.ExposureTime +100/24999\n"))) << exiv2;
-  EXPECT_TRUE(std::regex_search(exiv2, std::regex("Exif.GPSInfo.GPSLongitude +7/1 35/1 155/10\n"))) << exiv2;
+  expect_shown(exiv2, {"Exif.Photo.ExposureTime +100/24999\n", "Exif.GPSInfo.GPSLongitude +7/1 35/1 155/10\n"});
   EXPECT_EQ(output_of("exiv2 pr " + name + " 2>&1 >/dev/null"), "");
 
   Arrays read;

@@ -5,9 +5,12 @@
 #ifndef CELUMBRANT_TESTS_PROGRAMS_H_
 #define CELUMBRANT_TESTS_PROGRAMS_H_
 
+#include <gtest/gtest.h>
+
 #include <array>
 #include <cstdio>
-#include <memory>
+#include <initializer_list>
+#include <regex>
 #include <string>
 
 // What a shell command prints on both outputs; its exit status behind it when that is not 0.
@@ -22,6 +25,13 @@ inline std::string output_of(const std::string& command) {
   }
   const int status = pclose(pipe);
   return status == 0 ? output : output + "exit status " + std::to_string(status) + "\n";
+}
+
+// Every pattern must match in what a reader shows, which must not warn.
+inline void expect_shown(const std::string& shown, std::initializer_list<const char*> patterns) {
+  for (const char* pattern : patterns)
+    EXPECT_TRUE(std::regex_search(shown, std::regex(pattern))) << pattern << "\n" << shown;
+  EXPECT_EQ(shown.find("Warning"), std::string::npos) << shown;
 }
 
 #endif
