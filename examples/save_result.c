@@ -24,6 +24,11 @@ static double fraction(const int* slots, int slot) {
   return slots[slot] > 0 && slots[slot + 1] > 0 ? (double)slots[slot] / slots[slot + 1] : 0.0;
 }
 
+/* The length of a block, which a file may give as any number: a negative one counts as none. */
+static int block_length(const Metadata* metadata, int slot) {
+  return metadata->exif[slot] > 0 ? metadata->exif[slot] : 0;
+}
+
 static int fail(const char* what, const char* file, int result) {
   fprintf(stderr, "save_result: %s: %s (result %d)\n", file, what, result);
   return 1;
@@ -84,7 +89,7 @@ static int make_profile(unsigned char* profile) {
 static int add_keyword(const char* photo, const Metadata* metadata, unsigned char** block) {
   static const char kKeyword[] = "merged";
   const int keyword = (int)strlen(kKeyword);
-  const int own = metadata->exif[CELUMBRANT_EXIF_IPTC_LEN];
+  const int own = block_length(metadata, CELUMBRANT_EXIF_IPTC_LEN);
   unsigned char* const before = malloc((size_t)own + 1);
   int length = own;
   *block = malloc((size_t)own + 12 + sizeof kKeyword);
@@ -126,12 +131,11 @@ static int save(const char* photo, const char* result_file, const Metadata* meta
 }
 
 static int show_settings(const char* file, const Metadata* metadata) {
-  const int length = metadata->exif[CELUMBRANT_EXIF_XMP_LEN];
+  const int length = block_length(metadata, CELUMBRANT_EXIF_XMP_LEN);
   char* const packet = calloc((size_t)length + 1, 1);
-  int method = -1;
-  if (packet != NULL) {
-    method = extract_xmp(file, length, metadata->exif[CELUMBRANT_EXIF_XMP_OFFSET], packet);
-  }
+  int method;
+  if (packet == NULL) return fail("no memory for its packet", file, length);
+  method = extract_xmp(file, length, metadata->exif[CELUMBRANT_EXIF_XMP_OFFSET], packet);
   free(packet);
   if (method != CBTM_BRILLIANCE_REFINER) return fail("the settings are not there", file, method);
   printf("The result carries the settings of method %d.\n", method);
@@ -141,11 +145,15 @@ static int show_settings(const char* file, const Metadata* metadata) {
 int main(int argc, char** argv) {
   Metadata photo = {{0}, {0}};
   Metadata result = {{0}, {0}};
+  ExifInfo2 record;
+  int read;
   if (argc != 3) {
     fprintf(stderr, "usage: save_result PHOTO.jpg RESULT.tif\n");
     return 2;
   }
-  get_exif_data(argv[1], CELUMBRANT_IMAGE_JPEG, photo.exif, photo.gps);
+  read = getExifData(argv[1], CELUMBRANT_IMAGE_JPEG, &record);
+  if (read != 1) return fail("no metadata", argv[1], read);
+  metadataBufFromExifInfo(&record, photo.exif, photo.gps);
   if (save(argv[1], argv[2], &photo) != 0) return 1;
   get_exif_data(argv[2], CELUMBRANT_IMAGE_TIFF, result.exif, result.gps);
   show("photo", &photo);

@@ -361,10 +361,10 @@ enum {
   CELUMBRANT_EXIF_THUMB_OFFSET = 16, /**< position of the thumbnail in the file */
   CELUMBRANT_EXIF_THUMB_LEN = 17,    /**< its bytes */
   CELUMBRANT_EXIF_IPTC_OFFSET = 18,  /**< position of the IPTC block */
-  CELUMBRANT_EXIF_IPTC_LEN = 19,     /**< its bytes */
+  CELUMBRANT_EXIF_IPTC_LEN = 19,     /**< its bytes, as the file has it: any number; test it */
   CELUMBRANT_EXIF_ORIENTATION = 20,  /**< 1 to 8 */
   CELUMBRANT_EXIF_XMP_OFFSET = 21,   /**< position of the XMP packet */
-  CELUMBRANT_EXIF_XMP_LEN = 22,      /**< its bytes */
+  CELUMBRANT_EXIF_XMP_LEN = 22,      /**< its bytes, likewise */
   CELUMBRANT_EXIF_MODEL = 23,        /**< text of CELUMBRANT_MODEL_BYTES */
   CELUMBRANT_EXIF_DATE_TIME = 39,    /**< text of CELUMBRANT_DATE_TIME_BYTES */
   CELUMBRANT_EXIF_LENS = 44          /**< text of CELUMBRANT_LENS_BYTES */
@@ -569,7 +569,7 @@ enum {
   CELUMBRANT_DIM_SAMPLES =
       2, /**< of a pixel in the buffer: 1 grey, 2 and alpha, 3 RGB, 4 and alpha */
   CELUMBRANT_DIM_DEPTH = 3,       /**< 8 or 16: unsigned integers; or one of the two below */
-  CELUMBRANT_DIM_DPI = 4,         /**< pixels per inch */
+  CELUMBRANT_DIM_DPI = 4,         /**< pixels per inch, 0 to 4294967; not tested */
   CELUMBRANT_DIM_PROFILE_LEN = 6, /**< bytes of the ICC profile, 0 for none */
   CELUMBRANT_DIM_16_TO_8 = 7,     /**< 1: 16-bit samples in the buffer, with a depth of 8; else 0 */
   CELUMBRANT_DIM_ORIENTATION = 10, /**< 1 to 8; any other number is written as 1 */
@@ -587,17 +587,20 @@ enum {
  *
  * The file is little-endian, uncompressed, in one strip, and is written from beginning to end
  * without a seek: it may be a pipe. Alpha is not written. Make, model, EXIF and GPS values come from
- * the flat arrays. Above the buffers, some 1.1 MiB and the size of the metadata are taken.
+ * the flat arrays. Memory is taken for 1 MiB of rows (or one row that is larger), the metadata and a copy of the
+ * caller's packet.
  *
  * Of XMP packets one goes into the file: the caller's when it holds settings of method 1, 2, 3, 10,
  * 11 or 15, or when tmMethod is 0 or less; else one with the settings, when tmMethod is above 0,
- * and the lens name of exifBuf; when there is neither, none.
+ * and the lens name of exifBuf; when there is neither, none. Settings in a packet without a NUL at
+ * its end do not count when others are to be written.
  *
  * @param inBuf  the pixels, read: rows from the top, samples of a pixel side by side, little-endian;
- *        of as many bytes as dimInfos and bpr say.
+ *        of as many bytes as dimInfos and bpr say. May be NULL for a height of 0.
  * @param dimInfos  at least 11 integers, see above.
  * @param bpr  from the start of a row in inBuf to the next: bytes; 16-bit samples when
- *        CELUMBRANT_DIM_16_TO_8 is 1.
+ *        CELUMBRANT_DIM_16_TO_8 is 1. At least the length of a row, and not tested. The last row
+ *        needs no padding.
  * @param profileBuf  the ICC profile, read; one of more than 20 bytes whose colour space (bytes 16 to
  *        18) is not "RGB" is left out. May be NULL when there is none.
  * @param exifBuf  60 integers, read.
@@ -608,7 +611,8 @@ enum {
  * @param tmParam  60 floats, read; may be NULL when tmMethod is 0 or less.
  * @param xmp_len  bytes of the caller's packet, 0 or less for none.
  * @param xmp_buf  the packet, read; may be NULL when there is none. A NUL at its end is not written;
- *        with a tmMethod below 0 its last byte is not, whatever it is.
+ *        with a tmMethod below 0 its last byte is not, whatever it is. When nothing is left of it,
+ *        there is no packet in the file.
  * @param nomfic  path of the file; NUL-terminated. One that exists is replaced.
  * @return
  *   0 or above: done; the rows that the last write of pixels held, 0 for a picture without rows.
@@ -617,8 +621,8 @@ enum {
  *   -2: the header was not written.
  *   -3: rows were not written: the file holds those before.
  *   -4: no memory for the rows: the file holds the header.
- *   -5: a number in dimInfos is none of those above, a length is negative, or the file would have
- *       4 GiB or more; no file is touched.
+ *   -5: width, height, samples, depth or 16-to-8 is none of those above, the length of IPTC block
+ *       or profile is negative, or the file would have 4 GiB or more; no file is touched.
  *   -12: the metadata did not reach the file.
  *   A file that was not written whole is closed and left as it is.
  */
@@ -998,7 +1002,8 @@ CELUMBRANT_META_API int hdrMinMax(int iMax, int jMax, const unsigned char* rgbe,
  * @param date_time  "YYYY:MM:DD HH:MM:SS", NUL-terminated, as local time of the process; the time
  *        zone decides whether daylight saving time holds. It is read as scanf's
  *        "%d:%d:%d %d:%d:%d" reads it, whatever follows. Numbers out of their range carry over
- *        (month 13 is the next January); those that are too large for an int count as the largest.
+ *        (month 13 is the next January); those that no int holds count as the nearest one. The text
+ *        of exifBuf may lack its NUL.
  * @param time_ref  the reference time, in seconds since the epoch.
  * @param[out] timeInSeconds  1 float: the seconds by which the reference is later, negative when it
  *        is earlier. Whole seconds are exact up to 2^24, about 194 days.

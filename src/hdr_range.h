@@ -165,7 +165,11 @@ CELUMBRANT_INLINE void load_tile(const Planes& pixels, Tile<Lanes>& tile) {
   using Ints = typename Lanes::Ints;
   using Words = typename Lanes::Words;
   using Floats = typename Lanes::Floats;
-  Halves mantissa0, mantissa1, mantissa2, even, odd;
+  Halves mantissa0;
+  Halves mantissa1;
+  Halves mantissa2;
+  Halves even;
+  Halves odd;
   std::memcpy(&mantissa0, pixels.mantissa0, sizeof mantissa0);
   std::memcpy(&mantissa1, pixels.mantissa1, sizeof mantissa1);
   std::memcpy(&mantissa2, pixels.mantissa2, sizeof mantissa2);
@@ -366,7 +370,7 @@ inline HdrRange measure_portable(int iMax, int jMax, const unsigned char* rgbe, 
 
 #ifdef CELUMBRANT_HAS_AVX2
 inline bool has_avx2() {
-  return __builtin_cpu_supports("avx2") != 0;
+  return static_cast<bool>(__builtin_cpu_supports("avx2"));
 }
 
 [[gnu::target("avx2")]] inline HdrRange measure_avx2(int iMax, int jMax, const unsigned char* rgbe,

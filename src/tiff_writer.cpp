@@ -37,6 +37,8 @@
 namespace celumbrant {
 namespace {
 
+using namespace std::string_view_literals;
+
 constexpr int kRefused = -5;
 constexpr int kCannotOpen = -1;
 constexpr int kHeaderNotWritten = -2;
@@ -62,7 +64,7 @@ struct Picture {
   int orientation;
 
   std::size_t width() const { return static_cast<std::size_t>(iMax); }
-  // Bytes of a row in the file, and of as many samples as a row has in the buffer.
+  // Bytes of a row as it is written; and with all samples of the buffer, which sizes the chunks.
   std::uint64_t row_bytes() const {
     return std::uint64_t{width()} * samples(sppOut) * samples(nOctet);
   }
@@ -74,16 +76,16 @@ struct Picture {
   static std::size_t samples(int number) { return static_cast<std::size_t>(number); }
 };
 
-struct SampleWidth {
+struct SampleFormat {
   int code;
   int bpsOut;
   bool is_float;
 };
 
-constexpr SampleWidth kSampleWidths[] = {{8, 8, false},
-                                         {16, 16, false},
-                                         {CELUMBRANT_DEPTH_FLOAT, 32, true},
-                                         {CELUMBRANT_DEPTH_HALF, 16, true}};
+constexpr SampleFormat kSampleFormats[] = {{8, 8, false},
+                                           {16, 16, false},
+                                           {CELUMBRANT_DEPTH_FLOAT, 32, true},
+                                           {CELUMBRANT_DEPTH_HALF, 16, true}};
 
 // None for what no file can be made of.
 std::optional<Picture> picture_of(const unsigned char* inBuf, const int* dimInfos, int bpr) {
@@ -91,8 +93,8 @@ std::optional<Picture> picture_of(const unsigned char* inBuf, const int* dimInfo
   const int sppIn = dimInfos[CELUMBRANT_DIM_SAMPLES];
   const int is16to8 = dimInfos[CELUMBRANT_DIM_16_TO_8];
   const int orientation = dimInfos[CELUMBRANT_DIM_ORIENTATION];
-  const auto width = std::ranges::find(kSampleWidths, code, &SampleWidth::code);
-  if (width == std::end(kSampleWidths) || sppIn < 1 || sppIn > 4) return std::nullopt;
+  const auto format = std::ranges::find(kSampleFormats, code, &SampleFormat::code);
+  if (format == std::end(kSampleFormats) || sppIn < 1 || sppIn > 4) return std::nullopt;
   if (dimInfos[CELUMBRANT_DIM_WIDTH] < 1 || dimInfos[CELUMBRANT_DIM_HEIGHT] < 0)
     return std::nullopt;
   if (is16to8 != 0 && (is16to8 != 1 || code != 8)) return std::nullopt;
@@ -103,9 +105,9 @@ std::optional<Picture> picture_of(const unsigned char* inBuf, const int* dimInfo
                  .jMax = dimInfos[CELUMBRANT_DIM_HEIGHT],
                  .sppIn = sppIn,
                  .sppOut = sppIn > 2 ? 3 : 1,
-                 .bpsOut = width->bpsOut,
-                 .nOctet = width->bpsOut / CHAR_BIT,
-                 .is_float = width->is_float,
+                 .bpsOut = format->bpsOut,
+                 .nOctet = format->bpsOut / CHAR_BIT,
+                 .is_float = format->is_float,
                  .is16to8 = is16to8 == 1,
                  .dpi = dimInfos[CELUMBRANT_DIM_DPI],
                  .orientation = orientation >= 1 && orientation <= 8 ? orientation : 1};
@@ -175,7 +177,8 @@ bool keeps_settings(int method) {
   return std::ranges::find(kKept, method) != std::end(kKept);
 }
 
-// A packet that needs a NUL at its end gets it in a copy; without memory it stays as it is.
+// A packet that needs a NUL at its end gets it in a copy; without memory, or with a length that no
+// int would hold then, it stays as it is.
 void terminate_packet(XmpBlock& xmp, const char*& packet, int& xmp_len) {
   if (xmp_len == INT_MAX || packet[xmp_len - 1] == '\0') return;
   const auto bytes = static_cast<std::size_t>(xmp_len);
@@ -215,7 +218,7 @@ XmpBlock choose_xmp(const Metadata& metadata, int tmMethod, const float* tmParam
 // ---- Layout ------------------------------------------------------------------------------------
 
 constexpr int kHeaderBytes = 8;
-constexpr std::string_view kSoftware{"Celumbrant Merge To 32-bit HDR", 31};  // with its NUL
+constexpr std::string_view kSoftware = "Celumbrant Merge To 32-bit HDR\0"sv;  // its NUL counts
 constexpr int kEntriesAlwaysThere = 14;
 
 // Offsets in the file, and the number of entries in directory 0. A part that is not there takes no
@@ -343,7 +346,7 @@ void narrow_and_drop_alpha(const unsigned char* in, std::size_t pixels, int sppI
 #ifdef CELUMBRANT_HAS_SSSE3
 // The same for most of a row of RGBA, in one step where the processor can pick bytes: two pixels
 // are read at once, and their 6 bytes written as 8, of which the next overwrite the last 2.
-// Returns the pixels that are done.
+// Returns the pixels that are done, 0 unless there are four samples.
 [[gnu::target("ssse3")]] std::size_t narrow_pairs(const unsigned char* in, std::size_t pixels,
                                                   unsigned char* out) {
   typedef unsigned char Bytes __attribute__((vector_size(16)));
@@ -360,7 +363,7 @@ void narrow_and_drop_alpha(const unsigned char* in, std::size_t pixels, int sppI
 
 std::size_t narrow_most(const unsigned char* in, std::size_t pixels, int sppIn,
                         unsigned char* out) {
-  const bool can = sppIn == 4 && __builtin_cpu_supports("ssse3") != 0;
+  const bool can = sppIn == 4 && static_cast<bool>(__builtin_cpu_supports("ssse3"));
   return can ? narrow_pairs(in, pixels, out) : 0;
 }
 #else
@@ -571,8 +574,8 @@ int write_file(const char* nomfic, const Picture& picture, const Metadata& metad
     std::fprintf(stderr, "Could not open for writing file:  %s\n", nomfic);
     return kCannotOpen;
   }
-  // Every write is large or the first: each goes straight to the system, which tells at once what it
-  // has no room for.
+  // There are three kinds of writes and none is small for its kind: a buffer would only copy them, and
+  // would tell later what the system has no room for.
   std::setvbuf(file.get(), nullptr, _IONBF, 0);
   if (!write_header(file.get(), layout)) return kHeaderNotWritten;
   const int rows = write_strip(file.get(), picture);

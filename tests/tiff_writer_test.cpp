@@ -186,6 +186,36 @@ TEST(SavedPicture, RefersToEveryBlock) {
   EXPECT_EQ(file.substr(static_cast<std::size_t>(read.exif[CELUMBRANT_EXIF_XMP_OFFSET]), packet.size()), packet);
 }
 
+TEST(SavedPicture, DescribesItsPixels) {
+  const auto shorts = [](std::initializer_list<int> values) {
+    std::string text = "3x" + std::to_string(values.size()) + ":";
+    for (const int value : values) text += le(static_cast<unsigned long>(value), 2);
+    return text;
+  };
+  for (const auto& [depth, bits] : {std::pair(8, 8), {16, 16}, {32, 32}, {3216, 16}}) {
+    for (int samples = 1; samples <= 4; ++samples) {
+      Save save = picture_of(1, 1, samples, depth, false, 0);
+      const int orientation = save.dim[CELUMBRANT_DIM_ORIENTATION] = samples + 4;
+      const bool grey = samples < 3;
+      auto values = entries_at(save.file(1), 8 + static_cast<std::size_t>(bits / 8 * (grey ? 1 : 3))).values;
+      EXPECT_EQ(values[258], grey ? shorts({bits}) : shorts({bits, bits, bits}));
+      EXPECT_EQ(values[262], shorts({grey ? 1 : 2}));
+      EXPECT_EQ(values[274], shorts({orientation}));
+      EXPECT_EQ(values[277], shorts({grey ? 1 : 3}));
+      EXPECT_EQ(values[339], depth > 16 ? shorts({3, 3, 3}) : "");
+    }
+  }
+  for (const auto& [width, height] : {std::pair(65535, 1), {65536, 1}, {1, 65535}, {1, 65536}}) {
+    Save save = picture_of(width, height, 1, 8, false, 0);
+    ASSERT_GE(save.to(temporary("saved.tif")), 0);
+    auto values = entries_at(read_file(temporary("saved.tif")), 8 + save.pixels.size()).values;
+    const auto size = [](int pixels) {
+      return pixels > 65535 ? "4x1:\0\0\1\0"s : "3x1:" + le(static_cast<unsigned long>(pixels), 2);
+    };
+    EXPECT_EQ(values[256] + values[257] + values[278], size(width) + size(height) + size(height));
+  }
+}
+
 TEST(SavedPicture, KeepsShortValuesInTheirEntries) {
   Save save;
   save.arrays.exif_text(CELUMBRANT_EXIF_MODEL, "X1").exif_text(CELUMBRANT_EXIF_DATE_TIME, "now");
@@ -211,7 +241,8 @@ TEST(SavedPicture, HoldsThePixelsOfEveryKind) {
     }
   }
   // Several writes of rows, the last of them smaller; rows that are narrowed in parts.
-  for (const auto& [samples, is16to8, last] : {std::tuple(3, false, 1), {4, false, 2}, {4, true, 2}, {2, true, 7}}) {
+  for (const auto& [samples, is16to8, last] :
+       {std::tuple(3, false, 1), {4, false, 2}, {4, true, 2}, {2, true, 7}, {1, true, 7}}) {
     Save save = picture_of(50000, 7, samples, 8, is16to8, 1);
     const std::string strip = strip_of(save);
     EXPECT_EQ(save.file(last).compare(8, strip.size(), strip), 0) << samples << is16to8;
@@ -261,6 +292,13 @@ TEST(SavedPicture, TakesTheRightPacket) {
     if (!entries.values.contains(700)) continue;
     EXPECT_EQ(entries.values.at(700), "1x" + std::to_string(row.expected.size()) + ":" + row.expected) << row.what;
   }
+  for (int held = 1; held <= 15; ++held) {  // which settings stay when others are to be written
+    Save save;
+    save.xmp = packet_of(held);
+    save.method = CBTM_LIGHT_LEVELER;
+    const bool stays = (held <= 3) || held == 10 || held == 11 || held == 15;
+    EXPECT_EQ(entries_at(save.file(2), 26).values.at(700).ends_with(" "), !stays) << held;
+  }
   Save lens_only;
   lens_only.arrays.exif_text(CELUMBRANT_EXIF_LENS, std::string(64, 'L'));
   EXPECT_NE(lens_only.file(2).find("<aux:Lens>" + std::string(63, 'L') + "</aux:Lens>"), std::string::npos);
@@ -299,7 +337,20 @@ TEST(SavedPicture, IsRefusedBeforeAFileIsTouched) {
     EXPECT_EQ(save.to(name), -5);
     EXPECT_FALSE(std::filesystem::exists(name));
   }
-  Save save;
+  Save save;  // a strip of 2^32 - 1 bytes, which leaves no room for the directory
+  save.dim = {65535, 65537, 1, 8, 72, 0, 0, 0, 0, 0, 1};
+  EXPECT_EQ(save.to(name), -5);
+  save = Save();
+  const auto* const none = reinterpret_cast<const unsigned char*>("");
+  save.dim[CELUMBRANT_DIM_PROFILE_LEN] = -1;
+  EXPECT_EQ(buf2tif(none, save.dim.data(), 9, none, save.arrays.exif.data(), save.arrays.gps.data(), 0, none, 0,
+                    nullptr, 0, nullptr, name.c_str()),
+            -5);
+  save.dim = {1, 0, 1, 8, 72, 0, 0, 0, 0, 0, 1};
+  EXPECT_EQ(buf2tif(nullptr, save.dim.data(), 1, nullptr, save.arrays.exif.data(), save.arrays.gps.data(), 0, nullptr,
+                    0, nullptr, -9, nullptr, name.c_str()),
+            0);
+  std::filesystem::remove(name);
   EXPECT_EQ(buf2tif(nullptr, save.dim.data(), 9, nullptr, save.arrays.exif.data(), save.arrays.gps.data(), -1, nullptr,
                     0, nullptr, 0, nullptr, name.c_str()),
             -5);
