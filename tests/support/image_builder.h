@@ -9,14 +9,14 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace images {
 
 using Bytes = std::string;
+using Values = std::vector<int>;
 
-enum class Order { kLittle, kBig };
+enum class Order : short { kLittle = 0x4949, kBig = 0x4D4D };  // the marks of a TIFF structure, "II" and "MM"
 
 inline Bytes number(Order order, std::int64_t value, int width) {
   Bytes bytes;
@@ -24,7 +24,6 @@ inline Bytes number(Order order, std::int64_t value, int width) {
   if (order == Order::kBig) std::ranges::reverse(bytes);
   return bytes;
 }
-
 inline Bytes be(std::size_t value, int width) {
   return number(Order::kBig, static_cast<std::int64_t>(value), width);
 }
@@ -34,34 +33,36 @@ inline Bytes be(std::size_t value, int width) {
 class Directory {
  public:
   // An entry whose value field holds a 32-bit number, whatever the type says.
-  Directory& field(int tag, int type, std::int64_t count, std::int64_t value) {
-    return add({tag, type, count, {{value, 4}}, {}});
-  }
+  Directory& field(int tag, int type, int count, int value) { return add({tag, type, count, {value}, 4, {}}); }
   Directory& bytes(int tag, int type, std::int64_t count, const Bytes& data) {
-    Entry entry{tag, type, count, {}, {}};
-    for (const char byte : data) entry.values.emplace_back(byte, 1);
-    return add(entry);
+    return add({tag, type, count, Values(data.begin(), data.end()), 1, {}});
   }
-  Directory& text(int tag, const Bytes& text) { return bytes(tag, 2, static_cast<std::int64_t>(text.size()), text); }
-  Directory& shorts(int tag, const std::vector<int>& values) { return numbers(tag, 3, values.size(), values, 2); }
-  Directory& rationals(int tag, const std::vector<int>& pairs) { return numbers(tag, 5, pairs.size() / 2, pairs, 4); }
-  Directory& directory(int tag, const Directory& named) { return add({tag, 4, 1, {}, {named}}); }
+  Directory& text(int tag, const Bytes& text) { return bytes(tag, 2, std::ssize(text), text); }
+  Directory& shorts(int tag, const Values& values) { return add({tag, 3, std::ssize(values), values, 2, {}}); }
+  Directory& rationals(int tag, const Values& pairs) { return add({tag, 5, std::ssize(pairs) / 2, pairs, 4, {}}); }
+  Directory& directory(int tag, const Directory& named) { return add({tag, 4, 1, {}, 4, {named}}); }
 
-  std::size_t entries() const { return entries_.size(); }
-
-  // Appends the directory to a structure that is laid out from its header on. Returns its offset.
+  // Appends the directory to a structure that is laid out from its header on. Returns where it ends:
+  // at the offset of the next one, 0.
   std::size_t append_to(Bytes& out, Order order) const {
-    const std::size_t start = out.size();
-    out += number(order, static_cast<std::int64_t>(entries_.size()), 2);
+    out += number(order, std::ssize(entries_), 2);
+    std::size_t at = out.size();
     out.append(12 * entries_.size() + 4, '\0');
-    for (std::size_t i = 0; i < entries_.size(); ++i) {
-      const Entry& entry = entries_[i];
-      const Bytes head = number(order, entry.tag, 2) + number(order, entry.type, 2);
-      out.replace(start + 2 + 12 * i, 8, head + number(order, entry.count, 4));
-      const Bytes value = value_field(entry, out, order);
-      out.replace(start + 10 + 12 * i, 4, value);
+    for (const Entry& entry : entries_) {
+      Bytes value;
+      for (const int one : entry.values) value += number(order, one, entry.width);
+      if (value.size() > 4 || !entry.named.empty()) {
+        const Bytes offset = number(order, std::ssize(out), 4);
+        out += value;
+        for (const Directory& named : entry.named) named.append_to(out, order);
+        value = offset;
+      }
+      value.resize(4);
+      const Bytes head = number(order, entry.tag, 2) + number(order, entry.type, 2) + number(order, entry.count, 4);
+      out.replace(at, 12, head + value);
+      at += 12;
     }
-    return start;
+    return at;
   }
 
  private:
@@ -69,32 +70,14 @@ class Directory {
     int tag;
     int type;
     std::int64_t count;
-    std::vector<std::pair<std::int64_t, int>> values;  // with their widths
-    std::vector<Directory> named;
+    Values values;
+    int width;                     // of each value, in bytes
+    std::vector<Directory> named;  // in place of values: none or one
   };
-
-  Directory& numbers(int tag, int type, std::size_t count, const std::vector<int>& values, int width) {
-    Entry entry{tag, type, static_cast<std::int64_t>(count), {}, {}};
-    for (const int value : values) entry.values.emplace_back(value, width);
-    return add(entry);
-  }
 
   Directory& add(const Entry& entry) {
     entries_.push_back(entry);
     return *this;
-  }
-
-  static Bytes value_field(const Entry& entry, Bytes& out, Order order) {
-    std::size_t offset = out.size();
-    Bytes data;
-    for (const auto& [value, width] : entry.values) data += number(order, value, width);
-    if (!entry.named.empty()) {
-      offset = entry.named[0].append_to(out, order);
-    } else if (data.size() <= 4) {
-      return data + Bytes(4 - data.size(), '\0');
-    }
-    out += data;
-    return number(order, static_cast<std::int64_t>(offset), 4);
   }
 
   std::vector<Entry> entries_;
@@ -105,10 +88,8 @@ inline Bytes tiff(Order order, const std::vector<Directory>& chain, std::size_t 
   Bytes out = (order == Order::kLittle ? "II" : "MM") + number(order, 42, 2) + Bytes(4 + gap, '\0');
   std::size_t link = 4;
   for (const Directory& directory : chain) {
-    const auto start = out.size();
-    directory.append_to(out, order);
-    out.replace(link, 4, number(order, static_cast<std::int64_t>(start), 4));
-    link = start + 2 + 12 * directory.entries();
+    out.replace(link, 4, number(order, std::ssize(out), 4));
+    link = directory.append_to(out, order);
   }
   return out;
 }
@@ -124,11 +105,6 @@ inline Bytes xmp(const Bytes& packet) {
 }
 inline Bytes photoshop(const Bytes& resources) {
   return segment('\xED', Bytes("Photoshop 3.0\0", 14) + resources);
-}
-
-// Segments between the start of an image and its scan, with some bytes of the latter.
-inline Bytes jpeg(const Bytes& segments) {
-  return "\xFF\xD8" + segments + "\xFF\xDA" + Bytes(40, '\x55');
 }
 
 inline Bytes resource(std::size_t id, const Bytes& data, const Bytes& name = Bytes(2, '\0')) {
