@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: MIT
+//
+// Files that are read whole, and files that are written whole or not at all.
+
+#ifndef CELUMBRANT_TOOLS_FILES_H_
+#define CELUMBRANT_TOOLS_FILES_H_
+
+#include <climits>
+#include <cstdio>
+#include <memory>
+#include <string>
+
+#include "command.h"
+
+namespace celumbrant_meta {
+
+struct CloseFile {
+  void operator()(std::FILE* file) const { std::fclose(file); }
+};
+using File = std::unique_ptr<std::FILE, CloseFile>;
+
+// Opens a file for reading; a Failure tells why it cannot be read.
+File open_file(const std::string& name);
+
+// The library takes lengths as ints; one less, so that a NUL can be put behind.
+constexpr int kMostBytes = INT_MAX - 1;
+
+// A whole file, or its first bytes. A file of more than kMostBytes is a Failure.
+std::string read_file(const std::string& name);
+std::string read_beginning(const std::string& name, std::size_t bytes);
+
+// The length of a text or block as the library takes it. None here is longer than read_file allows.
+int length_of(const std::string& bytes);
+
+// A file that appears under its name only when it has been written whole. Until then it is beside
+// it under a temporary name; unless it is kept, it is removed again.
+class OutputFile {
+ public:
+  // The name "-" stands for standard output. A file that exists is replaced only with `force`.
+  explicit OutputFile(const Destination& destination);
+  OutputFile(const OutputFile&) = delete;
+  OutputFile& operator=(const OutputFile&) = delete;
+  ~OutputFile();
+
+  // The temporary name; the file exists and is empty.
+  const std::string& temporary() const { return temporary_; }
+
+  void write(const std::string& bytes) const;
+  void keep();
+
+ private:
+  bool to_standard_output() const { return target_ == "-"; }
+
+  std::string target_;
+  std::string temporary_;
+};
+
+// All at once, for what is in memory.
+void write_file(const Destination& destination, const std::string& bytes);
+
+// Standard output is buffered: nothing is known to be printed before this. Throws a Failure.
+void flush_standard_output();
+
+}  // namespace celumbrant_meta
+
+#endif

@@ -1,0 +1,276 @@
+// SPDX-License-Identifier: MIT
+
+#include <algorithm>
+#include <cstdio>
+#include <deque>
+#include <filesystem>
+#include <future>
+#include <memory>
+#include <optional>
+#include <utility>
+
+#include "command.h"
+#include "files.h"
+#include "photo.h"
+#include "photo_view.h"
+#include "text.h"
+
+namespace celumbrant_meta {
+namespace {
+
+namespace fs = std::filesystem;
+
+enum class Form { kTable, kJson, kJsonLines };
+
+struct ShowOptions {
+  std::vector<std::string> files;
+  bool recursive = false;
+  int jobs = 1;
+  Form form = Form::kTable;
+};
+
+// A file to show. In folders stands much that is no photograph, which is passed over.
+struct Source {
+  std::string file;
+  bool in_folder = false;
+  std::string error;  // a folder that cannot be read
+};
+
+// The files of the command line, and those in its folders as the walk comes to them.
+class Sources {
+ public:
+  explicit Sources(const ShowOptions& options) : options_(options) {}
+
+  std::optional<Source> next() {
+    while (true) {
+      if (!listed_.empty()) return take_listed();
+      if (!walk_.empty()) {
+        if (std::optional<Source> found = step()) return found;
+      } else if (argument_ < options_.files.size()) {
+        if (std::optional<Source> source = begin(options_.files[argument_++])) return source;
+      } else {
+        return std::nullopt;
+      }
+    }
+  }
+
+ private:
+  // A file, or nothing when the walk through a folder begins.
+  std::optional<Source> begin(const std::string& name) {
+    std::error_code error;
+    if (!fs::is_directory(name, error)) return Source{name, false, {}};
+    if (!options_.recursive) return Source{name, false, "is a folder; -r shows what is in it"};
+    if (std::optional<Source> unreadable = enter(name)) return unreadable;
+    // Lines are streamed in the order of the walk; what people read is sorted.
+    if (options_.form != Form::kJsonLines) list_folder();
+    return std::nullopt;
+  }
+
+  std::optional<Source> enter(const fs::path& folder) {
+    std::error_code error;
+    fs::directory_iterator entries(folder, error);
+    if (error) return Source{folder.string(), true, error.message()};
+    walk_.push_back(std::move(entries));
+    return std::nullopt;
+  }
+
+  // The next file of the walk; nothing when it comes to something else. Links to folders, which may
+  // lead in circles, are not followed.
+  std::optional<Source> step() {
+    fs::directory_iterator& entries = walk_.back();
+    if (entries == fs::directory_iterator()) {
+      walk_.pop_back();
+      return std::nullopt;
+    }
+    const fs::directory_entry entry = *entries;
+    std::error_code error;
+    entries.increment(error);
+    if (error) return Source{entry.path().parent_path().string(), true, error.message()};
+    if (entry.is_directory(error) && !entry.is_symlink(error)) return enter(entry.path());
+    if (!entry.is_regular_file(error)) return std::nullopt;
+    return Source{entry.path().string(), true, {}};
+  }
+
+  void list_folder() {
+    while (!walk_.empty())
+      if (std::optional<Source> found = step()) listed_.push_back(std::move(*found));
+    std::sort(listed_.begin(), listed_.end(),
+              [](const Source& a, const Source& b) { return a.file < b.file; });
+  }
+
+  Source take_listed() {
+    Source first = std::move(listed_.front());
+    listed_.pop_front();
+    return first;
+  }
+
+  const ShowOptions& options_;
+  std::size_t argument_ = 0;
+  std::vector<fs::directory_iterator> walk_;
+  std::deque<Source> listed_;
+};
+
+// What one file came to: what is printed of it, and why it could not be read.
+struct Shown {
+  std::string output;
+  std::string error;
+};
+
+std::string json_text(const nlohmann::ordered_json& object, Form form) {
+  return object.dump(form == Form::kJson ? 2 : -1);
+}
+
+std::string show_photo(const Photo& photo, Form form) {
+  return form == Form::kTable ? table_of(photo, shows_colour(stdout))
+                              : json_text(json_of(photo), form);
+}
+
+// A file that cannot be read has its object too, so that each file has one.
+Shown unreadable(const Source& source, const std::string& error, Form form) {
+  if (form == Form::kTable) return {{}, error};
+  return {json_text({{"file", printable(source.file)}, {"error", printable(error)}}, form), error};
+}
+
+Shown show_file(const Source& source, Form form) {
+  try {
+    if (!source.error.empty()) throw Failure(source.file, source.error);
+    const std::optional<ImageFormat> format = format_of(source.file);
+    if (!format && source.in_folder) return {};
+    return {show_photo(format ? read_photo(source.file, *format) : read_photo(source.file), form),
+            {}};
+  } catch (const std::exception& error) {
+    return unreadable(source, error.what(), form);
+  }
+}
+
+// Prints what is shown, in its form.
+class Printer {
+ public:
+  explicit Printer(Form form) : form_(form) {
+    if (form_ == Form::kJson) std::fputc('[', stdout);
+  }
+
+  void print(const std::string& output) {
+    if (output.empty()) return;
+    if (form_ == Form::kJson) std::fputs(first_ ? "\n" : ",\n", stdout);
+    if (form_ == Form::kTable && !first_) std::fputc('\n', stdout);
+    std::fwrite(output.data(), 1, output.size(), stdout);
+    if (form_ == Form::kJsonLines) std::fputc('\n', stdout);
+    first_ = false;
+  }
+
+  void finish() const {
+    if (form_ == Form::kJson) std::fputs(first_ ? "]\n" : "\n]\n", stdout);
+    flush_standard_output();
+  }
+
+ private:
+  Form form_;
+  bool first_ = true;
+};
+
+// How far the work is, on a terminal's standard error while the output goes elsewhere.
+class Progress {
+ public:
+  explicit Progress(const ShowOptions& options)
+      : shown_(is_terminal(stderr) && !is_terminal(stdout)),
+        total_(options.recursive ? 0 : options.files.size()) {}
+  Progress(const Progress&) = delete;
+  Progress& operator=(const Progress&) = delete;
+  ~Progress() { clear(); }
+
+  void advance() {
+    constexpr std::size_t kStep = 64;
+    if (++done_ % kStep != 0 || !shown_) return;
+    if (total_ == 0) {
+      std::fprintf(stderr, "\r%zu files", done_);
+      return;
+    }
+    constexpr std::size_t kWidth = 40;
+    const std::string bar(kWidth * done_ / total_, '#');
+    std::fprintf(stderr, "\r[%-40s] %zu of %zu files", bar.c_str(), done_, total_);
+  }
+
+  void clear() const {
+    if (shown_ && done_ > 0) std::fprintf(stderr, "\r%78s\r", "");
+  }
+
+ private:
+  bool shown_;
+  std::size_t total_;
+  std::size_t done_ = 0;
+};
+
+using Batch = std::vector<Source>;
+
+Batch next_batch(Sources& sources) {
+  constexpr std::size_t kFiles = 8;
+  Batch batch;
+  while (batch.size() < kFiles) {
+    std::optional<Source> source = sources.next();
+    if (!source) break;
+    batch.push_back(std::move(*source));
+  }
+  return batch;
+}
+
+std::vector<Shown> show_batch(const Batch& batch, Form form) {
+  std::vector<Shown> shown;
+  for (const Source& source : batch) shown.push_back(show_file(source, form));
+  return shown;
+}
+
+int show(const ShowOptions& options) {
+  Sources sources(options);
+  Printer printer(options.form);
+  Progress progress(options);
+  int exit_code = kDone;
+  // As many batches are in work as files may be read at a time; they are printed in their order.
+  std::deque<std::future<std::vector<Shown>>> in_work;
+  const auto jobs = static_cast<std::size_t>(options.jobs);
+  while (true) {
+    while (in_work.size() < jobs) {
+      Batch batch = next_batch(sources);
+      if (batch.empty()) break;
+      in_work.push_back(std::async(std::launch::async, show_batch, std::move(batch), options.form));
+    }
+    if (in_work.empty()) break;
+    for (const Shown& shown : in_work.front().get()) {
+      printer.print(shown.output);
+      progress.advance();
+      if (shown.error.empty()) continue;
+      progress.clear();
+      std::fprintf(stderr, "%s: %s\n", kProgram, printable(shown.error).c_str());
+      exit_code = kFailed;
+    }
+    in_work.pop_front();
+  }
+  printer.finish();
+  return exit_code;
+}
+
+}  // namespace
+
+void add_show(CLI::App& app, Command& command) {
+  auto options = std::make_shared<ShowOptions>();
+  CLI::App* const show_command =
+      add_command(app, "show", "Show the camera metadata of photographs (JPEG, TIFF, PSD)",
+                  "show -r --jsonl -j 4 photos > photos.jsonl");
+  show_command->add_option("FILE", options->files, "Photographs, and folders with -r")->required();
+  show_command->add_flag("-r,--recursive", options->recursive,
+                         "Show the photographs in folders and in their folders");
+  CLI::Option* const json = show_command->add_flag_callback(
+      "--json", [options] { options->form = Form::kJson; },
+      "Print a JSON array of one object for each file");
+  show_command
+      ->add_flag_callback(
+          "--jsonl", [options] { options->form = Form::kJsonLines; },
+          "Print a JSON object on one line for each file, as they are read")
+      ->excludes(json);
+  show_command->add_option("-j,--jobs", options->jobs, "Files to read at a time")
+      ->check(CLI::Range(1, 256).description(""))
+      ->type_name("N");
+  show_command->callback([options, &command] { command = [options] { return show(*options); }; });
+}
+
+}  // namespace celumbrant_meta
