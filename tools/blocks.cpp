@@ -2,7 +2,7 @@
 
 #include "blocks.h"
 
-#include "command.h"
+#include "errors.h"
 #include "files.h"
 #include "text.h"
 

@@ -1,36 +1,24 @@
 // SPDX-License-Identifier: MIT
 //
-// What the commands of the program share: how they are added to the command line and how they fail.
+// What the commands of the program share: how they are added to the command line.
 
 #ifndef CELUMBRANT_TOOLS_COMMAND_H_
 #define CELUMBRANT_TOOLS_COMMAND_H_
 
 #include <CLI/CLI.hpp>
 #include <functional>
-#include <stdexcept>
 #include <string>
+#include <vector>
+
+#include "errors.h"
+#include "files.h"
 
 namespace celumbrant_meta {
-
-constexpr const char* kProgram = "celumbrant-meta";
 
 // The program's exit codes.
 constexpr int kDone = 0;
 constexpr int kFailed = 1;      // something could not be read or written
 constexpr int kWrongUsage = 2;  // the command line makes no sense
-
-// Something could not be read or written.
-class Failure : public std::runtime_error {
- public:
-  Failure(const std::string& file, const std::string& reason)
-      : std::runtime_error(file + ": " + reason) {}
-};
-
-// What was asked for does not exist or does not fit together.
-class UsageError : public std::runtime_error {
- public:
-  using std::runtime_error::runtime_error;
-};
 
 // What the command line asks for; it gives the exit code.
 using Command = std::function<int()>;
@@ -49,11 +37,7 @@ CLI::App* add_command(CLI::App& parent, const std::string& name, const std::stri
 CLI::Option* add_repeated(CLI::App& command, const std::string& name,
                           std::vector<std::string>& words, const std::string& description);
 
-// Where a command writes to.
-struct Destination {
-  std::string file;
-  bool force = false;
-};
+// The options -o and --force.
 CLI::Option* add_destination(CLI::App& command, Destination& destination,
                              const std::string& description);
 

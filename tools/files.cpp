@@ -9,6 +9,8 @@
 #include <random>
 #include <utility>
 
+#include "errors.h"
+
 namespace celumbrant_meta {
 namespace {
 

@@ -10,8 +10,6 @@
 #include <memory>
 #include <string>
 
-#include "command.h"
-
 namespace celumbrant_meta {
 
 struct CloseFile {
@@ -32,11 +30,17 @@ std::string read_beginning(const std::string& name, std::size_t bytes);
 // The length of a text or block as the library takes it. None here is longer than read_file allows.
 int length_of(const std::string& bytes);
 
+// Where a command writes to; the name "-" stands for standard output.
+struct Destination {
+  std::string file;
+  bool force = false;
+};
+
 // A file that appears under its name only when it has been written whole. Until then it is beside
 // it under a temporary name; unless it is kept, it is removed again.
 class OutputFile {
  public:
-  // The name "-" stands for standard output. A file that exists is replaced only with `force`.
+  // A file that exists is replaced only with `force`.
   explicit OutputFile(const Destination& destination);
   OutputFile(const OutputFile&) = delete;
   OutputFile& operator=(const OutputFile&) = delete;

@@ -6,7 +6,7 @@
 
 #include <vector>
 
-#include "command.h"
+#include "errors.h"
 #include "text.h"
 
 namespace celumbrant_meta {

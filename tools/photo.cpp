@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <string_view>
 
-#include "command.h"
+#include "errors.h"
 #include "files.h"
 
 namespace celumbrant_meta {

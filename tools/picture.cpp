@@ -13,7 +13,7 @@
 #include <optional>
 #include <string_view>
 
-#include "command.h"
+#include "errors.h"
 #include "files.h"
 
 namespace celumbrant_meta {

@@ -9,7 +9,7 @@
 #include <optional>
 #include <string_view>
 
-#include "command.h"
+#include "errors.h"
 #include "files.h"
 #include "photo.h"
 #include "text.h"
