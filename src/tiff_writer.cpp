@@ -21,6 +21,7 @@
 #include <cstring>
 #include <optional>
 #include <string_view>
+#include <utility>
 
 #include "byte_writer.h"
 #include "diagnostics.h"
@@ -117,8 +118,7 @@ std::optional<Picture> picture_of(const unsigned char* inBuf, const int* dimInfo
                  .orientation = orientation >= 1 && orientation <= 8 ? orientation : 1};
 }
 
-// The packet that goes into the file: the caller's, or one that is made for the settings and the
-// lens name. Nothing when neither is there.
+// The packet that goes into the file: the caller's, or one that is made. Nothing when lSettings is 0.
 struct XmpBlock {
   const char* packet = nullptr;  // the caller's
   int tmMethod = 0;
@@ -181,34 +181,33 @@ bool keeps_settings(int method) {
   return std::ranges::find(kKept, method) != std::end(kKept);
 }
 
-// A packet that needs a NUL at its end gets it in a copy; without memory, or with a length that no
-// int would hold then, it stays as it is.
-void terminate_packet(XmpBlock& xmp, const char*& packet, int& xmp_len) {
-  if (xmp_len == INT_MAX || packet[xmp_len - 1] == '\0') return;
-  const auto bytes = static_cast<std::size_t>(xmp_len);
-  xmp.extended_xmp_buf = zeroed_scratch(bytes + 1);
+// Gives a packet that lacks the NUL at its end one, in a copy; without memory, or with a length
+// that no int would hold then, it stays as it is.
+void terminate_packet(XmpBlock& xmp) {
+  if (xmp.lSettings == INT_MAX - 1 || xmp.packet[xmp.lSettings] == '\0') return;
+  const auto xmp_len = static_cast<std::size_t>(xmp.lSettings) + 1;
+  xmp.extended_xmp_buf = zeroed_scratch(xmp_len + 1);
   if (!xmp.extended_xmp_buf) return;
-  std::memcpy(xmp.extended_xmp_buf.get(), packet, bytes);
-  packet = xmp.extended_xmp_buf.get();
-  ++xmp_len;
+  std::memcpy(xmp.extended_xmp_buf.get(), xmp.packet, xmp_len);
+  xmp.packet = xmp.extended_xmp_buf.get();
+  ++xmp.lSettings;
 }
 
-// The caller's packet goes into the file unless it holds no settings and others are to be written.
-// Its last byte, the NUL, does not.
-bool takes_callers_packet(XmpBlock& xmp, const char* packet, int xmp_len, int tmMethod) {
-  if (xmp_len <= 0) return false;
-  if (tmMethod == 0) terminate_packet(xmp, packet, xmp_len);
-  const int held = get_settings_from_xmp(CBTM_QUERY_METHOD, xmp_len, packet, nullptr, nullptr);
-  if (!keeps_settings(held) && tmMethod > 0) return false;
-  xmp.packet = packet;
-  xmp.lSettings = xmp_len - 1;
-  return true;
+// The caller's packet but for its last byte, the NUL. None when there is no packet, or when it
+// holds no settings and others are to be written.
+std::optional<XmpBlock> callers_block(int tmMethod, int xmp_len, const char* xmp_buf) {
+  if (xmp_len <= 0) return std::nullopt;
+  XmpBlock xmp{.packet = xmp_buf, .lSettings = xmp_len - 1};
+  if (tmMethod == 0) terminate_packet(xmp);
+  const int held =
+      get_settings_from_xmp(CBTM_QUERY_METHOD, xmp.lSettings + 1, xmp.packet, nullptr, nullptr);
+  if (!keeps_settings(held) && tmMethod > 0) return std::nullopt;
+  return xmp;
 }
 
-XmpBlock choose_xmp(const Metadata& metadata, int tmMethod, const float* tmParam, int xmp_len,
-                    const char* xmp_buf) {
+// A packet that is made for the settings and the lens name; empty when there are neither.
+XmpBlock made_block(const Metadata& metadata, int tmMethod, const float* tmParam) {
   XmpBlock xmp;
-  if (takes_callers_packet(xmp, xmp_buf, xmp_len, tmMethod)) return xmp;
   if (tmMethod <= 0 && metadata.lensInfoLen <= 0) return xmp;
   xmp.tmMethod = tmMethod;
   xmp.tmParam = tmParam;
@@ -611,7 +610,8 @@ int buf2tif(const unsigned char* inBuf, const int* dimInfos, int bpr,
   metadata.lProfil = length_of_profile(profileBuf, lProfil);
   metadata.iptc = reinterpret_cast<const char*>(iptc_buf);
   metadata.iptc_len = iptc_len;
-  metadata.xmp = choose_xmp(metadata, tmMethod, tmParam, xmp_len, xmp_buf);
+  auto callers = callers_block(tmMethod, xmp_len, xmp_buf);
+  metadata.xmp = callers ? std::move(*callers) : made_block(metadata, tmMethod, tmParam);
 
   const Layout layout = lay_out(*picture, metadata, *strip_bytes);
   if (layout.end > UINT32_MAX) return kRefused;
