@@ -428,13 +428,13 @@ int write_strip(std::FILE* file, const Picture& picture) {
 // ---- Directory 0 and what lies behind it -------------------------------------------------------
 
 void write_short(ByteWriter& out, int tag, int value) {
-  write_entry_head(out, tag, kTypeShort, 1);
+  write_entry_head(out, {tag, kTypeShort, 1});
   out.u16(value);
   out.u16(0);
 }
 
 void write_long(ByteWriter& out, int tag, std::uint64_t value) {
-  write_entry_head(out, tag, kTypeLong, 1);
+  write_entry_head(out, {tag, kTypeLong, 1});
   out.u32(static_cast<std::uint32_t>(value));
 }
 
@@ -444,8 +444,14 @@ void write_size(ByteWriter& out, int tag, int pixels) {
 }
 
 void write_offset(ByteWriter& out, int tag, TiffType type, int count, std::uint64_t offset) {
-  write_entry_head(out, tag, type, count);
+  write_entry_head(out, {tag, type, count});
   out.u32(static_cast<std::uint32_t>(offset));
+}
+
+void write_bytes_entry(ByteWriter& out, const EntryHead& head, const char* bytes, int length,
+                       std::uint64_t offset) {
+  write_entry_head(out, head);
+  out.u32(is_in_entry(length) ? value_in_entry(bytes, length) : static_cast<std::uint32_t>(offset));
 }
 
 // The entries stand in the order of their tags.
