@@ -61,13 +61,14 @@ struct Picture {
   int jMax;
   int sppIn;
   int sppOut;
+  int bpsIn;
   int bpsOut;
   int nOctet;
-  bool is_float;
   bool is16to8;
   int dpi;
   int orientation;
 
+  bool is_float() const { return bpsIn == 32; }
   std::size_t width() const { return static_cast<std::size_t>(iMax); }
   // Bytes of a row as it is written; and with all samples of the buffer, which sizes the chunks.
   std::uint64_t row_bytes() const {
@@ -83,14 +84,12 @@ struct Picture {
 
 struct SampleFormat {
   int code;
-  int bpsOut;
-  bool is_float;
+  int bpsIn;   // of the picture: 32 for floats, which may be halved already
+  int bpsOut;  // of a sample in the file
 };
 
-constexpr SampleFormat kSampleFormats[] = {{8, 8, false},
-                                           {16, 16, false},
-                                           {CELUMBRANT_DEPTH_FLOAT, 32, true},
-                                           {CELUMBRANT_DEPTH_HALF, 16, true}};
+constexpr SampleFormat kSampleFormats[] = {
+    {8, 8, 8}, {16, 16, 16}, {CELUMBRANT_DEPTH_FLOAT, 32, 32}, {CELUMBRANT_DEPTH_HALF, 32, 16}};
 
 // None for what no file can be made of.
 std::optional<Picture> picture_of(const unsigned char* inBuf, const int* dimInfos, int bpr) {
@@ -110,9 +109,9 @@ std::optional<Picture> picture_of(const unsigned char* inBuf, const int* dimInfo
                  .jMax = dimInfos[CELUMBRANT_DIM_HEIGHT],
                  .sppIn = sppIn,
                  .sppOut = sppIn > 2 ? 3 : 1,
+                 .bpsIn = format->bpsIn,
                  .bpsOut = format->bpsOut,
                  .nOctet = format->bpsOut / CHAR_BIT,
-                 .is_float = format->is_float,
                  .is16to8 = is16to8 == 1,
                  .dpi = dimInfos[CELUMBRANT_DIM_DPI],
                  .orientation = orientation >= 1 && orientation <= 8 ? orientation : 1};
@@ -146,9 +145,9 @@ struct Metadata {
   int gpsDatestampLen = 0;
   int lensInfoLen = 0;
   std::array<char, CELUMBRANT_MAKE_BYTES> pMakeInfo{};
-  const char* profile = nullptr;
+  const char* profileBuf = nullptr;
   int lProfil = 0;
-  const char* iptc = nullptr;
+  const char* iptc_buf = nullptr;
   int iptc_len = 0;
   XmpBlock xmp{};
 
@@ -159,7 +158,7 @@ struct Metadata {
   std::int64_t iptc_lenPadded() const { return (std::int64_t{iptc_len} + 3) / 4 * 4; }
 };
 
-void count_entries(Metadata& metadata) {
+void count_metadata(Metadata& metadata) {
   get_exif_count(metadata.exifBuf, &metadata.exifCount, &metadata.exifDataLen, metadata.gpsBuf,
                  &metadata.gpsCount, &metadata.gpsDataLen, &metadata.modelLen, &metadata.makeLen,
                  &metadata.datetimeLen, &metadata.gpsDatestampLen, &metadata.lensInfoLen,
@@ -222,7 +221,6 @@ XmpBlock made_block(const Metadata& metadata, int tmMethod, const float* tmParam
 
 constexpr int kHeaderBytes = 8;
 constexpr std::string_view kSoftware = "Celumbrant Merge To 32-bit HDR\0"sv;  // its NUL counts
-constexpr int kEntriesAlwaysThere = 14;
 
 // Offsets in the file, and the number of entries in directory 0. A part that is not there takes no
 // room.
@@ -245,31 +243,35 @@ struct Layout {
   std::uint64_t ifdtotal() const { return end - ifddebut; }
 };
 
-int count_entries_of_directory0(const Picture& picture, const Metadata& metadata) {
-  const bool there[] = {metadata.makeLen > 0,       metadata.modelLen > 0, metadata.lProfil > 0,
-                        metadata.xmp.lSettings > 0, metadata.iptc_len > 0, metadata.exifCount > 0,
-                        metadata.gpsCount > 0,      picture.is_float,      picture.is_float};
-  return kEntriesAlwaysThere + static_cast<int>(std::ranges::count(there, true));
+// The strip's bytes; none when the file would pass the reach of its 32-bit offsets.
+std::optional<std::uint64_t> bytes_of_strip(const Picture& picture) {
+  const auto rows = static_cast<std::uint64_t>(picture.jMax);
+  if (rows > 0 && picture.row_bytes() > UINT32_MAX / rows) return std::nullopt;
+  return rows * picture.row_bytes();
 }
 
-Layout lay_out(const Picture& picture, const Metadata& metadata, std::uint64_t strip_bytes) {
+Layout lay_out(const Picture& picture, const Metadata& metadata, std::uint64_t strip_bytes,
+               int nifds) {
   constexpr int kThreeShorts = 6;
-  constexpr int kTwoRationals = 2 * kRationalBytes;
+  constexpr int resolutionLen = 2 * kRationalBytes;
+  const int bpsOffsetLen = picture.sppOut == 3 ? kThreeShorts : 0;
+  const int fmtOffsetLen = picture.is_float() ? kThreeShorts : 0;
+  const auto softwareLen = picture.is_float() ? std::ssize(kSoftware) : 0;
   Layout layout{};
-  layout.nifds = count_entries_of_directory0(picture, metadata);
+  layout.nifds = nifds;
   layout.ifddebut = kHeaderBytes + strip_bytes;
-  layout.end = layout.ifddebut + static_cast<std::uint64_t>(directory_bytes(layout.nifds));
+  layout.end = layout.ifddebut + static_cast<std::uint64_t>(directory_bytes(nifds));
   const auto place = [&](std::int64_t bytes) {
     const std::uint64_t offset = layout.end;
     layout.end += static_cast<std::uint64_t>(bytes);
     return offset;
   };
-  layout.bits_per_sample = place(picture.sppOut == 3 ? kThreeShorts : 0);
+  layout.bits_per_sample = place(bpsOffsetLen);
   layout.make = place(metadata.makeLen);
   layout.model = place(metadata.modelLen);
-  layout.resolution = place(kTwoRationals);
-  layout.software = place(picture.is_float ? std::ssize(kSoftware) : 0);
-  layout.sample_format = place(picture.is_float ? kThreeShorts : 0);
+  layout.resolution = place(resolutionLen);
+  layout.software = place(softwareLen);
+  layout.sample_format = place(fmtOffsetLen);
   layout.profile = place(metadata.lProfil);
   layout.xmp = place(metadata.xmp.lSettings);
   layout.iptc = place(metadata.iptc_lenPadded());
@@ -280,11 +282,109 @@ Layout lay_out(const Picture& picture, const Metadata& metadata, std::uint64_t s
   return layout;
 }
 
-// The strip's bytes; none when the file would pass the reach of its 32-bit offsets.
-std::optional<std::uint64_t> bytes_of_strip(const Picture& picture) {
-  const auto rows = static_cast<std::uint64_t>(picture.jMax);
-  if (rows > 0 && picture.row_bytes() > UINT32_MAX / rows) return std::nullopt;
-  return rows * picture.row_bytes();
+// ---- Directory 0 -------------------------------------------------------------------------------
+
+// An entry that directory 0 has when it is present.
+struct Entry0 {
+  bool is_present;
+  EntryHead head;
+  std::uint32_t value;                     // where there is a place, counted from there
+  std::uint64_t Layout::*place = nullptr;  // of the values behind the directory
+};
+
+Entry0 short_entry(int tag, int value) {
+  return {true, {tag, kTypeShort, 1}, static_cast<std::uint32_t>(value)};
+}
+
+Entry0 long_entry(int tag, std::uint64_t value) {
+  return {true, {tag, kTypeLong, 1}, static_cast<std::uint32_t>(value)};
+}
+
+Entry0 size_entry(int tag, int pixels) {
+  if (pixels <= UINT16_MAX) return short_entry(tag, pixels);
+  return long_entry(tag, static_cast<std::uint64_t>(pixels));
+}
+
+Entry0 resolution_entry(int tag, int direction) {
+  const int behind = kRationalBytes * direction;
+  return {true, {tag, kTypeRational, 1}, static_cast<std::uint32_t>(behind), &Layout::resolution};
+}
+
+Entry0 directory_entry(int tag, int entries, std::uint64_t Layout::*place) {
+  return {entries > 0, {tag, kTypeLong, 1}, 0, place};
+}
+
+Entry0 bytes_entry(EntryHead head, const char* bytes, int length, std::uint64_t Layout::*place) {
+  if (is_in_entry(length)) return {length > 0, head, value_in_entry(bytes, length)};
+  return {true, head, 0, place};
+}
+
+Entry0 text_entry(int tag, const char* text, int length, std::uint64_t Layout::*place) {
+  return bytes_entry({tag, kTypeAscii, length}, text, length, place);
+}
+
+Entry0 bits_per_sample_entry(const Picture& picture) {
+  if (picture.sppOut == 1) return short_entry(kTagBitsPerSample, picture.bpsOut);
+  return {true, {kTagBitsPerSample, kTypeShort, 3}, 0, &Layout::bits_per_sample};
+}
+
+// All entries that there can be, in the order of their tags.
+using Directory0 = std::array<Entry0, 23>;
+
+Directory0 directory0_of(const Picture& picture, const Metadata& metadata,
+                         std::uint64_t strip_bytes) {
+  constexpr int kUncompressed = 1;
+  constexpr int kBlackIsZero = 1;
+  constexpr int kRgb = 2;
+  constexpr int kChunky = 1;
+  constexpr int kInch = 2;
+  const char* const model = bytes_from(metadata.exifBuf, CELUMBRANT_EXIF_MODEL);
+  const XmpBlock& xmp = metadata.xmp;
+  const auto iptc_longs = static_cast<int>(metadata.iptc_lenPadded() / 4);
+  const int softwareLen = picture.is_float() ? static_cast<int>(kSoftware.size()) : 0;
+  const EntryHead sample_format{kTagSampleFormat, kTypeShort, 3};
+  return {{
+      size_entry(kTagImageWidth, picture.iMax),
+      size_entry(kTagImageLength, picture.jMax),
+      bits_per_sample_entry(picture),
+      short_entry(kTagCompression, kUncompressed),
+      short_entry(kTagPhotometricInterpretation, picture.sppOut == 3 ? kRgb : kBlackIsZero),
+      text_entry(kTagMake, metadata.pMakeInfo.data(), metadata.makeLen, &Layout::make),
+      text_entry(kTagModel, model, metadata.modelLen, &Layout::model),
+      long_entry(kTagStripOffsets, kHeaderBytes),
+      short_entry(kTagOrientation, picture.orientation),
+      short_entry(kTagSamplesPerPixel, picture.sppOut),
+      size_entry(kTagRowsPerStrip, picture.jMax),
+      long_entry(kTagStripByteCounts, strip_bytes),
+      resolution_entry(kTagXResolution, 0),
+      resolution_entry(kTagYResolution, 1),
+      short_entry(kTagPlanarConfiguration, kChunky),
+      short_entry(kTagResolutionUnit, kInch),
+      text_entry(kTagSoftware, kSoftware.data(), softwareLen, &Layout::software),
+      Entry0{picture.is_float(), sample_format, 0, &Layout::sample_format},
+      bytes_entry({kTagXmp, kTypeByte, xmp.lSettings}, xmp.packet, xmp.lSettings, &Layout::xmp),
+      bytes_entry({kTagIptc, kTypeLong, iptc_longs}, metadata.iptc_buf, metadata.iptc_len,
+                  &Layout::iptc),
+      directory_entry(kTagExifDirectory, metadata.exifCount, &Layout::exif),
+      bytes_entry({kTagIccProfile, kTypeUndefined, metadata.lProfil}, metadata.profileBuf,
+                  metadata.lProfil, &Layout::profile),
+      directory_entry(kTagGpsDirectory, metadata.gpsCount, &Layout::gps),
+  }};
+}
+
+int count_entries(const Directory0& directory) {
+  return static_cast<int>(std::ranges::count(directory, true, &Entry0::is_present));
+}
+
+void write_directory0(ByteWriter& out, const Directory0& directory, const Layout& layout) {
+  out.u16(layout.nifds);
+  for (const Entry0& entry : directory) {
+    if (!entry.is_present) continue;
+    const std::uint64_t place = entry.place != nullptr ? layout.*entry.place : 0;
+    write_entry_head(out, entry.head);
+    out.u32(static_cast<std::uint32_t>(place + entry.value));
+  }
+  out.u32(0);  // no next directory
 }
 
 // ---- Strip -------------------------------------------------------------------------------------
@@ -425,92 +525,7 @@ int write_strip(std::FILE* file, const Picture& picture) {
   return numRows;
 }
 
-// ---- Directory 0 and what lies behind it -------------------------------------------------------
-
-void write_short(ByteWriter& out, int tag, int value) {
-  write_entry_head(out, {tag, kTypeShort, 1});
-  out.u16(value);
-  out.u16(0);
-}
-
-void write_long(ByteWriter& out, int tag, std::uint64_t value) {
-  write_entry_head(out, {tag, kTypeLong, 1});
-  out.u32(static_cast<std::uint32_t>(value));
-}
-
-void write_size(ByteWriter& out, int tag, int pixels) {
-  if (pixels <= UINT16_MAX) return write_short(out, tag, pixels);
-  write_long(out, tag, static_cast<std::uint64_t>(pixels));
-}
-
-void write_offset(ByteWriter& out, int tag, TiffType type, int count, std::uint64_t offset) {
-  write_entry_head(out, {tag, type, count});
-  out.u32(static_cast<std::uint32_t>(offset));
-}
-
-void write_bytes_entry(ByteWriter& out, const EntryHead& head, const char* bytes, int length,
-                       std::uint64_t offset) {
-  write_entry_head(out, head);
-  out.u32(is_in_entry(length) ? value_in_entry(bytes, length) : static_cast<std::uint32_t>(offset));
-}
-
-// The entries stand in the order of their tags.
-void write_directory0(ByteWriter& out, const Picture& picture, const Metadata& metadata,
-                      const Layout& layout) {
-  constexpr int kUncompressed = 1;
-  constexpr int kBlackIsZero = 1;
-  constexpr int kRgb = 2;
-  constexpr int kChunky = 1;
-  constexpr int kInch = 2;
-  out.u16(layout.nifds);
-  write_size(out, kTagImageWidth, picture.iMax);
-  write_size(out, kTagImageLength, picture.jMax);
-  if (picture.sppOut == 3) {
-    write_offset(out, kTagBitsPerSample, kTypeShort, 3, layout.bits_per_sample);
-  } else {
-    write_short(out, kTagBitsPerSample, picture.bpsOut);
-  }
-  write_short(out, kTagCompression, kUncompressed);
-  write_short(out, kTagPhotometricInterpretation, picture.sppOut == 3 ? kRgb : kBlackIsZero);
-  if (metadata.makeLen > 0) {
-    write_text_entry(out, kTagMake, metadata.pMakeInfo.data(), metadata.makeLen, layout.make);
-  }
-  if (metadata.modelLen > 0) {
-    write_text_entry(out, kTagModel, bytes_from(metadata.exifBuf, CELUMBRANT_EXIF_MODEL),
-                     metadata.modelLen, layout.model);
-  }
-  write_long(out, kTagStripOffsets, kHeaderBytes);
-  write_short(out, kTagOrientation, picture.orientation);
-  write_short(out, kTagSamplesPerPixel, picture.sppOut);
-  write_size(out, kTagRowsPerStrip, picture.jMax);
-  write_long(out, kTagStripByteCounts, layout.ifddebut - kHeaderBytes);
-  write_offset(out, kTagXResolution, kTypeRational, 1, layout.resolution);
-  write_offset(out, kTagYResolution, kTypeRational, 1, layout.resolution + kRationalBytes);
-  write_short(out, kTagPlanarConfiguration, kChunky);
-  write_short(out, kTagResolutionUnit, kInch);
-  if (picture.is_float) {
-    write_offset(out, kTagSoftware, kTypeAscii, static_cast<int>(kSoftware.size()),
-                 layout.software);
-    write_offset(out, kTagSampleFormat, kTypeShort, 3, layout.sample_format);
-  }
-  const XmpBlock& xmp = metadata.xmp;
-  if (xmp.lSettings > 0) {
-    write_bytes_entry(out, {kTagXmp, kTypeByte, xmp.lSettings}, xmp.packet, xmp.lSettings,
-                      layout.xmp);
-  }
-  if (metadata.iptc_len > 0) {
-    const auto longs = static_cast<int>(metadata.iptc_lenPadded() / 4);
-    write_bytes_entry(out, {kTagIptc, kTypeLong, longs}, metadata.iptc, metadata.iptc_len,
-                      layout.iptc);
-  }
-  if (metadata.exifCount > 0) write_long(out, kTagExifDirectory, layout.exif);
-  if (metadata.lProfil > 0) {
-    write_bytes_entry(out, {kTagIccProfile, kTypeUndefined, metadata.lProfil}, metadata.profile,
-                      metadata.lProfil, layout.profile);
-  }
-  if (metadata.gpsCount > 0) write_long(out, kTagGpsDirectory, layout.gps);
-  out.u32(0);  // no next directory
-}
+// ---- What lies behind directory 0 --------------------------------------------------------------
 
 void write_picture_values(ByteWriter& out, const Picture& picture, const Metadata& metadata) {
   constexpr int kIeeeFloat = 3;
@@ -518,14 +533,13 @@ void write_picture_values(ByteWriter& out, const Picture& picture, const Metadat
   if (picture.sppOut == 3) {
     for (int sample = 0; sample < 3; ++sample) out.u16(picture.bpsOut);
   }
-  out.text({metadata.pMakeInfo.data(), static_cast<std::size_t>(metadata.makeLen)});
-  out.text({bytes_from(metadata.exifBuf, CELUMBRANT_EXIF_MODEL),
-            static_cast<std::size_t>(metadata.modelLen)});
+  out.bytes(metadata.pMakeInfo.data(), metadata.makeLen);
+  out.bytes(bytes_from(metadata.exifBuf, CELUMBRANT_EXIF_MODEL), metadata.modelLen);
   for (int direction = 0; direction < 2; ++direction) {
     out.u32(static_cast<std::uint32_t>(picture.dpi) * kDenominator);
     out.u32(kDenominator);
   }
-  if (!picture.is_float) return;
+  if (!picture.is_float()) return;
   out.text(kSoftware);
   for (int sample = 0; sample < 3; ++sample) out.u16(kIeeeFloat);
 }
@@ -535,7 +549,7 @@ bool write_xmp_block(ByteWriter& out, const XmpBlock& xmp) {
   if (xmp.lSettings == 0) return true;
   const auto lSettings = static_cast<std::size_t>(xmp.lSettings);
   if (xmp.packet != nullptr) {
-    out.text({xmp.packet, lSettings});
+    out.bytes(xmp.packet, xmp.lSettings);
     return true;
   }
   const Scratch xmpData = zeroed_scratch(lSettings);
@@ -547,20 +561,17 @@ bool write_xmp_block(ByteWriter& out, const XmpBlock& xmp) {
 }
 
 int write_block(std::FILE* file, const Picture& picture, const Metadata& metadata,
-                const Layout& layout) {
+                const Directory0& directory0, const Layout& layout) {
   const auto ifdtotal = static_cast<std::size_t>(layout.ifdtotal());
   const Scratch ifdbuf = zeroed_scratch(ifdtotal);
   if (!ifdbuf) return kNoMemoryForBlock;
   ByteWriter out({reinterpret_cast<unsigned char*>(ifdbuf.get()), ifdtotal});
-  write_directory0(out, picture, metadata, layout);
+  write_directory0(out, directory0, layout);
   write_picture_values(out, picture, metadata);
-  if (metadata.lProfil > 0)
-    out.text({metadata.profile, static_cast<std::size_t>(metadata.lProfil)});
+  out.bytes(metadata.profileBuf, metadata.lProfil);
   if (!write_xmp_block(out, metadata.xmp)) return kNoMemoryForBlock;
-  if (metadata.iptc_len > 0) {
-    out.text({metadata.iptc, static_cast<std::size_t>(metadata.iptc_len)});
-    out.zeros(static_cast<std::size_t>(metadata.iptc_lenPadded() - metadata.iptc_len));
-  }
+  out.bytes(metadata.iptc_buf, metadata.iptc_len);
+  out.zeros(static_cast<std::size_t>(metadata.iptc_lenPadded() - metadata.iptc_len));
   if (metadata.exifCount > 0)
     write_directory(out, metadata.exif(), metadata.exifCount, layout.exif);
   if (metadata.gpsCount > 0) write_directory(out, metadata.gps(), metadata.gpsCount, layout.gps);
@@ -578,7 +589,7 @@ bool write_header(std::FILE* file, const Layout& layout) {
 }
 
 int write_file(const char* nomfic, const Picture& picture, const Metadata& metadata,
-               const Layout& layout) {
+               const Directory0& directory0, const Layout& layout) {
   File file(nomfic, "wb");
   if (!file) {
     std::fprintf(stderr, "Could not open for writing file:  %s\n", nomfic);
@@ -590,8 +601,8 @@ int write_file(const char* nomfic, const Picture& picture, const Metadata& metad
   if (!write_header(file.get(), layout)) return kHeaderNotWritten;
   const int rows = write_strip(file.get(), picture);
   if (rows < 0) return rows;
-  if (const int result = write_block(file.get(), picture, metadata, layout); result != 0)
-    return result;
+  const int result = write_block(file.get(), picture, metadata, directory0, layout);
+  if (result != 0) return result;
   return file.close() ? rows : kBlockNotWritten;
 }
 
@@ -611,15 +622,16 @@ int buf2tif(const unsigned char* inBuf, const int* dimInfos, int bpr,
   if (!strip_bytes) return kRefused;
 
   Metadata metadata{.exifBuf = exifBuf, .gpsBuf = gpsBuf};
-  count_entries(metadata);
-  metadata.profile = reinterpret_cast<const char*>(profileBuf);
+  count_metadata(metadata);
+  metadata.profileBuf = reinterpret_cast<const char*>(profileBuf);
   metadata.lProfil = length_of_profile(profileBuf, lProfil);
-  metadata.iptc = reinterpret_cast<const char*>(iptc_buf);
+  metadata.iptc_buf = reinterpret_cast<const char*>(iptc_buf);
   metadata.iptc_len = iptc_len;
   auto callers = callers_block(tmMethod, xmp_len, xmp_buf);
   metadata.xmp = callers ? std::move(*callers) : made_block(metadata, tmMethod, tmParam);
 
-  const Layout layout = lay_out(*picture, metadata, *strip_bytes);
+  const Directory0 directory0 = directory0_of(*picture, metadata, *strip_bytes);
+  const Layout layout = lay_out(*picture, metadata, *strip_bytes, count_entries(directory0));
   if (layout.end > UINT32_MAX) return kRefused;
-  return write_file(nomfic, *picture, metadata, layout);
+  return write_file(nomfic, *picture, metadata, directory0, layout);
 }
