@@ -12,7 +12,6 @@
 #ifndef CELUMBRANT_TIFF_FORMAT_H_
 #define CELUMBRANT_TIFF_FORMAT_H_
 
-#include <algorithm>
 #include <array>
 #include <cstdint>
 
@@ -155,7 +154,7 @@ constexpr bool is_in_entry(int length) {
 
 inline std::uint32_t value_in_entry(const char* bytes, int length) {
   std::array<unsigned char, kValueFieldBytes> field{};
-  std::copy_n(bytes, length, field.begin());
+  ByteWriter(field).bytes(bytes, length);
   const auto [a, b, c, d] = field;
   return static_cast<std::uint32_t>(assemble32(ByteOrder::kLittleEndian, a, b, c, d));
 }

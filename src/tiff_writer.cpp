@@ -27,17 +27,8 @@
 #include "diagnostics.h"
 #include "exif_directories.h"
 #include "file.h"
+#include "pixel_rows.h"
 #include "tiff_format.h"
-
-// Vector types of the compiler's own, which it lowers to what the processor has.
-#if defined(__clang__) || (defined(__GNUC__) && __GNUC__ >= 12)
-#define CELUMBRANT_HAS_VECTORS 1
-#endif
-
-// Picking bytes out of a vector takes SSSE3, which x86 has as an extension.
-#if defined(CELUMBRANT_HAS_VECTORS) && (defined(__x86_64__) || defined(__i386__))
-#define CELUMBRANT_HAS_SSSE3 1
-#endif
 
 namespace celumbrant {
 namespace {
@@ -69,17 +60,15 @@ struct Picture {
   int orientation;
 
   bool is_float() const { return bpsIn == 32; }
-  std::size_t width() const { return static_cast<std::size_t>(iMax); }
+  RowFormat row() const { return {static_cast<std::size_t>(iMax), sppIn, sppOut, nOctet, is16to8}; }
   // Bytes of a row as it is written; and with all samples of the buffer, which sizes the chunks.
-  std::uint64_t row_bytes() const {
-    return std::uint64_t{width()} * samples(sppOut) * samples(nOctet);
-  }
-  std::uint64_t row_bytes_in() const {
-    return std::uint64_t{width()} * samples(sppIn) * samples(nOctet);
-  }
+  std::uint64_t row_bytes() const { return bytes_of_row(sppOut); }
+  std::uint64_t row_bytes_in() const { return bytes_of_row(sppIn); }
 
  private:
-  static std::size_t samples(int number) { return static_cast<std::size_t>(number); }
+  std::uint64_t bytes_of_row(int spp) const {
+    return static_cast<std::uint64_t>(iMax) * static_cast<std::uint64_t>(spp * nOctet);
+  }
 };
 
 struct SampleFormat {
@@ -389,112 +378,10 @@ void write_directory0(ByteWriter& out, const Directory0& directory, const Layout
 
 // ---- Strip -------------------------------------------------------------------------------------
 
-// The first kOut bytes of every kIn. Pixels are moved whole, with one load and one store each: what
-// is too much of one is overwritten by the next, so only the last needs care.
-template <std::size_t kIn, std::size_t kOut>
-void drop_bytes(const unsigned char* in, std::size_t pixels, unsigned char* out) {
-  for (std::size_t i = 0; i + 1 < pixels; ++i) std::memcpy(out + kOut * i, in + kIn * i, kIn);
-  if (pixels > 0) std::memcpy(out + kOut * (pixels - 1), in + kIn * (pixels - 1), kOut);
-}
-
-void drop_alpha(const unsigned char* in, std::size_t pixels, int sppIn, int nOctet,
-                unsigned char* out) {
-  switch (sppIn * nOctet) {
-    case 2:
-      return drop_bytes<2, 1>(in, pixels, out);
-    case 4:
-      return sppIn == 4 ? drop_bytes<4, 3>(in, pixels, out) : drop_bytes<4, 2>(in, pixels, out);
-    case 8:
-      return sppIn == 4 ? drop_bytes<8, 6>(in, pixels, out) : drop_bytes<8, 4>(in, pixels, out);
-    case 16:
-      return drop_bytes<16, 12>(in, pixels, out);
-    default:
-      return;
-  }
-}
-
-// The high bytes of little-endian 16-bit samples. Where the compiler has vectors the bytes are picked
-// out of two of them at once, at every level of optimisation.
-void take_high_bytes(const unsigned char* in, std::size_t samples, unsigned char* out) {
-  std::size_t i = 0;
-#ifdef CELUMBRANT_HAS_VECTORS
-  typedef unsigned char Bytes __attribute__((vector_size(16)));
-  for (; samples - i >= sizeof(Bytes); i += sizeof(Bytes)) {
-    Bytes first;
-    Bytes second;
-    std::memcpy(&first, in + 2 * i, sizeof first);
-    std::memcpy(&second, in + 2 * i + sizeof first, sizeof second);
-    const Bytes high = __builtin_shufflevector(first, second, 1, 3, 5, 7, 9, 11, 13, 15, 17, 19, 21,
-                                               23, 25, 27, 29, 31);
-    std::memcpy(out + i, &high, sizeof high);
-  }
-#endif
-  for (; i < samples; ++i) out[i] = in[2 * i + 1];
-}
-
-// Narrowed by parts that stay in the nearest cache, then without their alpha.
-void narrow_and_drop_alpha(const unsigned char* in, std::size_t pixels, int sppIn, int sppOut,
-                           unsigned char* out) {
-  constexpr std::size_t kPart = 1024;
-  constexpr std::size_t kMostSamples = 4;
-  std::array<unsigned char, kPart * kMostSamples> narrow;
-  const auto in_samples = static_cast<std::size_t>(sppIn);
-  const auto out_samples = static_cast<std::size_t>(sppOut);
-  for (std::size_t i = 0; i < pixels; i += kPart) {
-    const std::size_t part = std::min(kPart, pixels - i);
-    take_high_bytes(in + 2 * in_samples * i, in_samples * part, narrow.data());
-    drop_alpha(narrow.data(), part, sppIn, 1, out + out_samples * i);
-  }
-}
-
-#ifdef CELUMBRANT_HAS_SSSE3
-// The same for most of a row of RGBA, in one step where the processor can pick bytes: two pixels
-// are read at once, and their 6 bytes written as 8, of which the next overwrite the last 2.
-// Returns the pixels that are done, 0 unless there are four samples.
-[[gnu::target("ssse3")]] std::size_t narrow_pairs(const unsigned char* in, std::size_t pixels,
-                                                  unsigned char* out) {
-  typedef unsigned char Bytes __attribute__((vector_size(16)));
-  std::size_t i = 0;
-  for (; i + 2 < pixels; i += 2) {
-    Bytes pair;
-    std::memcpy(&pair, in + 8 * i, sizeof pair);
-    const Bytes picked = __builtin_shufflevector(pair, pair, 1, 3, 5, 9, 11, 13, -1, -1, -1, -1, -1,
-                                                 -1, -1, -1, -1, -1);
-    std::memcpy(out + 3 * i, &picked, 8);
-  }
-  return i;
-}
-
-std::size_t narrow_most(const unsigned char* in, std::size_t pixels, int sppIn,
-                        unsigned char* out) {
-  const bool can = sppIn == 4 && static_cast<bool>(__builtin_cpu_supports("ssse3"));
-  return can ? narrow_pairs(in, pixels, out) : 0;
-}
-#else
-std::size_t narrow_most(const unsigned char*, std::size_t, int, unsigned char*) {
-  return 0;
-}
-#endif
-
-void convert_row(const Picture& picture, const unsigned char* in, unsigned char* out) {
-  const bool has_alpha = picture.sppIn != picture.sppOut;
-  if (picture.is16to8 && has_alpha) {
-    const std::size_t done = narrow_most(in, picture.width(), picture.sppIn, out);
-    narrow_and_drop_alpha(in + 8 * done, picture.width() - done, picture.sppIn, picture.sppOut,
-                          out + 3 * done);
-  } else if (picture.is16to8) {
-    take_high_bytes(in, static_cast<std::size_t>(picture.row_bytes()), out);
-  } else if (has_alpha) {
-    drop_alpha(in, picture.width(), picture.sppIn, picture.nOctet, out);
-  } else {
-    std::memcpy(out, in, static_cast<std::size_t>(picture.row_bytes()));
-  }
-}
-
 // Whether rows lie in the buffer as they do in the file.
 bool is_packed(const Picture& picture) {
-  const bool converts = picture.is16to8 || picture.sppIn != picture.sppOut;
-  return !converts && picture.row_pitch == static_cast<std::ptrdiff_t>(picture.row_bytes());
+  return picture.row().is_copied() &&
+         picture.row_pitch == static_cast<std::ptrdiff_t>(picture.row_bytes());
 }
 
 // Rows that need no conversion go out from the caller's buffer. The chunk's memory is taken in any
@@ -514,7 +401,7 @@ int write_strip(std::FILE* file, const Picture& picture) {
     const unsigned char* const first = picture.inBuf + currRow * picture.row_pitch;
     if (!is_packed(picture)) {
       for (int row = 0; row < numRows; ++row) {
-        convert_row(picture, first + row * picture.row_pitch,
+        convert_row(first + row * picture.row_pitch, picture.row(),
                     packed + row_bytes * static_cast<std::size_t>(row));
       }
     }
