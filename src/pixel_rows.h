@@ -62,8 +62,8 @@ inline void drop_alpha(const unsigned char* in, std::size_t pixels, int sppIn, i
   }
 }
 
-// Where the compiler has vectors the high bytes are picked out of two of them at once, at every level
-// of optimisation.
+// Where the compiler has vectors the high bytes are picked out of two of them at once, at every
+// level of optimisation.
 inline void take_high_bytes(const unsigned char* in, std::size_t samples, unsigned char* out) {
   std::size_t i = 0;
 #ifdef CELUMBRANT_SHUFFLES
@@ -113,8 +113,8 @@ inline bool has_ssse3() {
   return static_cast<bool>(__builtin_cpu_supports("ssse3"));
 }
 
-// For four 16-bit samples, in one step: two pixels are read at once, and their 6 bytes written as 8,
-// of which the next overwrite the last 2.
+// For four 16-bit samples, in one step: two pixels are read at once, and their 6 bytes written as
+// 8, of which the next overwrite the last 2.
 [[gnu::target("ssse3")]] inline void narrow_rgba_ssse3(const unsigned char* in, RowFormat row,
                                                        unsigned char* out) {
   typedef unsigned char Bytes __attribute__((vector_size(16)));
