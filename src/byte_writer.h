@@ -39,6 +39,7 @@ class ByteWriter {
   void i32(int value) { u32(static_cast<std::uint32_t>(value)); }
 
   void text(std::string_view text) { copy(text.data(), text.size()); }
+  void bytes(const char* from, int count) { copy(from, static_cast<std::size_t>(count)); }
 
   void zeros(std::size_t count) {
     std::ranges::fill(bytes_.subspan(bytes_.size() - room(), std::min(count, room())), 0);
@@ -50,7 +51,8 @@ class ByteWriter {
 
  private:
   void copy(const void* from, std::size_t count) {
-    if (room() > 0) std::memcpy(bytes_.data() + position_, from, std::min(count, room()));
+    const std::size_t fitting = std::min(count, room());
+    if (fitting > 0) std::memcpy(bytes_.data() + position_, from, fitting);
     position_ += count;
   }
 

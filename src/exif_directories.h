@@ -119,45 +119,13 @@ inline DirectorySize size_of(const Directory& directory) {
   return size;
 }
 
-inline void write_entry_head(ByteWriter& out, int tag, int type, int count) {
-  out.u16(tag);
-  out.u16(type);
-  out.i32(count);
-}
-
-// A text of `length` bytes, or of as many as there are and NULs behind them.
-inline void write_text(ByteWriter& out, const char* bytes, int length, int held) {
-  out.text({bytes, static_cast<std::size_t>(std::min(length, held))});
-  out.zeros(static_cast<std::size_t>(std::max(length - held, 0)));
-}
-
-struct EntryHead {
-  int tag;
-  int type;
-  int count;
-};
-
-// A value of up to four bytes stands in the entry itself, where readers look for it: the bytes that
-// are laid out for it at the offset are then referred to by nothing.
-inline void write_bytes_entry(ByteWriter& out, EntryHead head, const char* bytes, int length,
-                              std::uint64_t offset) {
-  write_entry_head(out, head.tag, head.type, head.count);
-  if (length > kValueFieldBytes) return out.u32(static_cast<std::uint32_t>(offset));
-  write_text(out, bytes, kValueFieldBytes, length);
-}
-
-inline void write_text_entry(ByteWriter& out, int tag, const char* text, int length,
-                             std::uint64_t offset) {
-  write_bytes_entry(out, {tag, kTypeAscii, length}, text, length, offset);
-}
-
 inline void write_entry(ByteWriter& out, const Directory& directory, const DirectoryRow& row,
                         std::uint64_t value_offset) {
   if (row.value == RowValue::kText) {
     return write_text_entry(out, row.tag, bytes_from(directory.slots, row.source),
                             directory.text_length, value_offset);
   }
-  write_entry_head(out, row.tag, row.type, row.count);
+  write_entry_head(out, {row.tag, row.type, row.count});
   switch (row.value) {
     case RowValue::kVersion:
       return out.text({"\2\2\0\0", kValueFieldBytes});
@@ -165,7 +133,7 @@ inline void write_entry(ByteWriter& out, const Directory& directory, const Direc
       out.u16(directory.slots[row.source]);
       return out.skip(2);
     case RowValue::kLetter:
-      out.text({bytes_from(directory.slots, 0) + row.source, 1});
+      out.bytes(bytes_from(directory.slots, 0) + row.source, 1);
       return out.skip(3);
     default:
       return out.u32(static_cast<std::uint32_t>(value_offset));
@@ -174,7 +142,9 @@ inline void write_entry(ByteWriter& out, const Directory& directory, const Direc
 
 inline void write_value(ByteWriter& out, const Directory& directory, const DirectoryRow& row) {
   if (row.value == RowValue::kText) {
-    write_text(out, bytes_from(directory.slots, row.source), directory.text_length, row.count);
+    const int held = std::min(directory.text_length, row.count);
+    out.bytes(bytes_from(directory.slots, row.source), held);
+    out.zeros(static_cast<std::size_t>(directory.text_length - held));
   }
   if (row.value != RowValue::kRationals) return;
   for (int i = 0; i < 2 * row.count; ++i) out.i32(directory.slots[row.source + i]);

@@ -186,7 +186,7 @@ bool is_plausible(const ExifBlock& block) {
 }
 
 void write_offset_entry(ByteWriter& out, int tag, int offset) {
-  write_entry_head(out, tag, kTypeLong, 1);
+  write_entry_head(out, {tag, kTypeLong, 1});
   out.i32(offset);
 }
 
@@ -200,7 +200,7 @@ void write_directory0(ByteWriter& out, const ExifBlock& block) {
     write_text_entry(out, kTagModel, block.model, block.modelLen,
                      static_cast<std::size_t>(block.model_offset()));
   }
-  write_entry_head(out, kTagOrientation, kTypeShort, 1);
+  write_entry_head(out, {kTagOrientation, kTypeShort, 1});
   out.u16(block.orientation >= 1 && block.orientation <= 8 ? block.orientation : 1);
   out.skip(2);
   if (block.exifCount > 0) write_offset_entry(out, kTagExifDirectory, block.exif_offset());
@@ -213,8 +213,8 @@ void write_block(ByteWriter& out, const ExifBlock& block) {
   out.u16(kTiffMagic);
   out.i32(ExifBlock::ifddebut);
   write_directory0(out, block);
-  write_text(out, block.make, block.makeLen, block.makeLen);
-  write_text(out, block.model, block.modelLen, block.modelLen);
+  out.bytes(block.make, block.makeLen);
+  out.bytes(block.model, block.modelLen);
   if (block.exifCount > 0) {
     write_directory(out, block.exif, block.exifCount,
                     static_cast<std::size_t>(block.exif_offset()));

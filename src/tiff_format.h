@@ -16,6 +16,7 @@
 #include <cstdint>
 
 #include "byte_order.h"
+#include "byte_writer.h"
 #include "file_window.h"
 
 namespace celumbrant {
@@ -131,6 +132,37 @@ inline Entry read_entry(FileWindow& file, ByteOrder order, ValueReading reading)
   }
   entry.end = file.position();
   return entry;
+}
+
+struct EntryHead {
+  int tag;
+  int type;
+  int count;
+};
+
+inline void write_entry_head(ByteWriter& out, const EntryHead& head) {
+  out.u16(head.tag);
+  out.u16(head.type);
+  out.i32(head.count);
+}
+
+// A value of up to four bytes stands in the entry itself, where readers look for it: the bytes that
+// are laid out for it behind the directory are then referred to by nothing.
+constexpr bool is_in_entry(int length) {
+  return length <= kValueFieldBytes;
+}
+
+inline std::uint32_t value_in_entry(const char* bytes, int length) {
+  std::array<unsigned char, kValueFieldBytes> field{};
+  ByteWriter(field).bytes(bytes, length);
+  const auto [a, b, c, d] = field;
+  return static_cast<std::uint32_t>(assemble32(ByteOrder::kLittleEndian, a, b, c, d));
+}
+
+inline void write_text_entry(ByteWriter& out, int tag, const char* text, int length,
+                             std::uint64_t offset) {
+  write_entry_head(out, {tag, kTypeAscii, length});
+  out.u32(is_in_entry(length) ? value_in_entry(text, length) : static_cast<std::uint32_t>(offset));
 }
 
 }  // namespace celumbrant

@@ -21,22 +21,14 @@
 #include <cstring>
 #include <optional>
 #include <string_view>
+#include <utility>
 
 #include "byte_writer.h"
 #include "diagnostics.h"
 #include "exif_directories.h"
 #include "file.h"
+#include "pixel_rows.h"
 #include "tiff_format.h"
-
-// Vector types of the compiler's own, which it lowers to what the processor has.
-#if defined(__clang__) || (defined(__GNUC__) && __GNUC__ >= 12)
-#define CELUMBRANT_HAS_VECTORS 1
-#endif
-
-// Picking bytes out of a vector takes SSSE3, which x86 has as an extension.
-#if defined(CELUMBRANT_HAS_VECTORS) && (defined(__x86_64__) || defined(__i386__))
-#define CELUMBRANT_HAS_SSSE3 1
-#endif
 
 namespace celumbrant {
 namespace {
@@ -60,36 +52,33 @@ struct Picture {
   int jMax;
   int sppIn;
   int sppOut;
+  int bpsIn;
   int bpsOut;
   int nOctet;
-  bool is_float;
   bool is16to8;
   int dpi;
   int orientation;
 
-  std::size_t width() const { return static_cast<std::size_t>(iMax); }
+  bool is_float() const { return bpsIn == 32; }
+  RowFormat row() const { return {static_cast<std::size_t>(iMax), sppIn, sppOut, nOctet, is16to8}; }
   // Bytes of a row as it is written; and with all samples of the buffer, which sizes the chunks.
-  std::uint64_t row_bytes() const {
-    return std::uint64_t{width()} * samples(sppOut) * samples(nOctet);
-  }
-  std::uint64_t row_bytes_in() const {
-    return std::uint64_t{width()} * samples(sppIn) * samples(nOctet);
-  }
+  std::uint64_t row_bytes() const { return bytes_of_row(sppOut); }
+  std::uint64_t row_bytes_in() const { return bytes_of_row(sppIn); }
 
  private:
-  static std::size_t samples(int number) { return static_cast<std::size_t>(number); }
+  std::uint64_t bytes_of_row(int spp) const {
+    return static_cast<std::uint64_t>(iMax) * static_cast<std::uint64_t>(spp * nOctet);
+  }
 };
 
 struct SampleFormat {
   int code;
-  int bpsOut;
-  bool is_float;
+  int bpsIn;   // of the picture: 32 for floats, which may be halved already
+  int bpsOut;  // of a sample in the file
 };
 
-constexpr SampleFormat kSampleFormats[] = {{8, 8, false},
-                                           {16, 16, false},
-                                           {CELUMBRANT_DEPTH_FLOAT, 32, true},
-                                           {CELUMBRANT_DEPTH_HALF, 16, true}};
+constexpr SampleFormat kSampleFormats[] = {
+    {8, 8, 8}, {16, 16, 16}, {CELUMBRANT_DEPTH_FLOAT, 32, 32}, {CELUMBRANT_DEPTH_HALF, 32, 16}};
 
 // None for what no file can be made of.
 std::optional<Picture> picture_of(const unsigned char* inBuf, const int* dimInfos, int bpr) {
@@ -109,16 +98,15 @@ std::optional<Picture> picture_of(const unsigned char* inBuf, const int* dimInfo
                  .jMax = dimInfos[CELUMBRANT_DIM_HEIGHT],
                  .sppIn = sppIn,
                  .sppOut = sppIn > 2 ? 3 : 1,
+                 .bpsIn = format->bpsIn,
                  .bpsOut = format->bpsOut,
                  .nOctet = format->bpsOut / CHAR_BIT,
-                 .is_float = format->is_float,
                  .is16to8 = is16to8 == 1,
                  .dpi = dimInfos[CELUMBRANT_DIM_DPI],
                  .orientation = orientation >= 1 && orientation <= 8 ? orientation : 1};
 }
 
-// The packet that goes into the file: the caller's, or one that is made for the settings and the
-// lens name. Nothing when neither is there.
+// The packet that goes into the file: the caller's, or one that is made. Nothing when lSettings is 0.
 struct XmpBlock {
   const char* packet = nullptr;  // the caller's
   int tmMethod = 0;
@@ -146,9 +134,9 @@ struct Metadata {
   int gpsDatestampLen = 0;
   int lensInfoLen = 0;
   std::array<char, CELUMBRANT_MAKE_BYTES> pMakeInfo{};
-  const char* profile = nullptr;
+  const char* profileBuf = nullptr;
   int lProfil = 0;
-  const char* iptc = nullptr;
+  const char* iptc_buf = nullptr;
   int iptc_len = 0;
   XmpBlock xmp{};
 
@@ -159,7 +147,7 @@ struct Metadata {
   std::int64_t iptc_lenPadded() const { return (std::int64_t{iptc_len} + 3) / 4 * 4; }
 };
 
-void count_entries(Metadata& metadata) {
+void count_metadata(Metadata& metadata) {
   get_exif_count(metadata.exifBuf, &metadata.exifCount, &metadata.exifDataLen, metadata.gpsBuf,
                  &metadata.gpsCount, &metadata.gpsDataLen, &metadata.modelLen, &metadata.makeLen,
                  &metadata.datetimeLen, &metadata.gpsDatestampLen, &metadata.lensInfoLen,
@@ -181,34 +169,33 @@ bool keeps_settings(int method) {
   return std::ranges::find(kKept, method) != std::end(kKept);
 }
 
-// A packet that needs a NUL at its end gets it in a copy; without memory, or with a length that no
-// int would hold then, it stays as it is.
-void terminate_packet(XmpBlock& xmp, const char*& packet, int& xmp_len) {
-  if (xmp_len == INT_MAX || packet[xmp_len - 1] == '\0') return;
-  const auto bytes = static_cast<std::size_t>(xmp_len);
-  xmp.extended_xmp_buf = zeroed_scratch(bytes + 1);
+// Gives a packet that lacks the NUL at its end one, in a copy; without memory, or with a length
+// that no int would hold then, it stays as it is.
+void terminate_packet(XmpBlock& xmp) {
+  if (xmp.lSettings == INT_MAX - 1 || xmp.packet[xmp.lSettings] == '\0') return;
+  const auto xmp_len = static_cast<std::size_t>(xmp.lSettings) + 1;
+  xmp.extended_xmp_buf = zeroed_scratch(xmp_len + 1);
   if (!xmp.extended_xmp_buf) return;
-  std::memcpy(xmp.extended_xmp_buf.get(), packet, bytes);
-  packet = xmp.extended_xmp_buf.get();
-  ++xmp_len;
+  std::memcpy(xmp.extended_xmp_buf.get(), xmp.packet, xmp_len);
+  xmp.packet = xmp.extended_xmp_buf.get();
+  ++xmp.lSettings;
 }
 
-// The caller's packet goes into the file unless it holds no settings and others are to be written.
-// Its last byte, the NUL, does not.
-bool takes_callers_packet(XmpBlock& xmp, const char* packet, int xmp_len, int tmMethod) {
-  if (xmp_len <= 0) return false;
-  if (tmMethod == 0) terminate_packet(xmp, packet, xmp_len);
-  const int held = get_settings_from_xmp(CBTM_QUERY_METHOD, xmp_len, packet, nullptr, nullptr);
-  if (!keeps_settings(held) && tmMethod > 0) return false;
-  xmp.packet = packet;
-  xmp.lSettings = xmp_len - 1;
-  return true;
+// The caller's packet but for its last byte, the NUL. None when there is no packet, or when it
+// holds no settings and others are to be written.
+std::optional<XmpBlock> callers_block(int tmMethod, int xmp_len, const char* xmp_buf) {
+  if (xmp_len <= 0) return std::nullopt;
+  XmpBlock xmp{.packet = xmp_buf, .lSettings = xmp_len - 1};
+  if (tmMethod == 0) terminate_packet(xmp);
+  const int held =
+      get_settings_from_xmp(CBTM_QUERY_METHOD, xmp.lSettings + 1, xmp.packet, nullptr, nullptr);
+  if (!keeps_settings(held) && tmMethod > 0) return std::nullopt;
+  return xmp;
 }
 
-XmpBlock choose_xmp(const Metadata& metadata, int tmMethod, const float* tmParam, int xmp_len,
-                    const char* xmp_buf) {
+// A packet that is made for the settings and the lens name; empty when there are neither.
+XmpBlock made_block(const Metadata& metadata, int tmMethod, const float* tmParam) {
   XmpBlock xmp;
-  if (takes_callers_packet(xmp, xmp_buf, xmp_len, tmMethod)) return xmp;
   if (tmMethod <= 0 && metadata.lensInfoLen <= 0) return xmp;
   xmp.tmMethod = tmMethod;
   xmp.tmParam = tmParam;
@@ -223,7 +210,6 @@ XmpBlock choose_xmp(const Metadata& metadata, int tmMethod, const float* tmParam
 
 constexpr int kHeaderBytes = 8;
 constexpr std::string_view kSoftware = "Celumbrant Merge To 32-bit HDR\0"sv;  // its NUL counts
-constexpr int kEntriesAlwaysThere = 14;
 
 // Offsets in the file, and the number of entries in directory 0. A part that is not there takes no
 // room.
@@ -246,31 +232,35 @@ struct Layout {
   std::uint64_t ifdtotal() const { return end - ifddebut; }
 };
 
-int count_entries_of_directory0(const Picture& picture, const Metadata& metadata) {
-  const bool there[] = {metadata.makeLen > 0,       metadata.modelLen > 0, metadata.lProfil > 0,
-                        metadata.xmp.lSettings > 0, metadata.iptc_len > 0, metadata.exifCount > 0,
-                        metadata.gpsCount > 0,      picture.is_float,      picture.is_float};
-  return kEntriesAlwaysThere + static_cast<int>(std::ranges::count(there, true));
+// The strip's bytes; none when the file would pass the reach of its 32-bit offsets.
+std::optional<std::uint64_t> bytes_of_strip(const Picture& picture) {
+  const auto rows = static_cast<std::uint64_t>(picture.jMax);
+  if (rows > 0 && picture.row_bytes() > UINT32_MAX / rows) return std::nullopt;
+  return rows * picture.row_bytes();
 }
 
-Layout lay_out(const Picture& picture, const Metadata& metadata, std::uint64_t strip_bytes) {
+Layout lay_out(const Picture& picture, const Metadata& metadata, std::uint64_t strip_bytes,
+               int nifds) {
   constexpr int kThreeShorts = 6;
-  constexpr int kTwoRationals = 2 * kRationalBytes;
+  constexpr int resolutionLen = 2 * kRationalBytes;
+  const int bpsOffsetLen = picture.sppOut == 3 ? kThreeShorts : 0;
+  const int fmtOffsetLen = picture.is_float() ? kThreeShorts : 0;
+  const auto softwareLen = picture.is_float() ? std::ssize(kSoftware) : 0;
   Layout layout{};
-  layout.nifds = count_entries_of_directory0(picture, metadata);
+  layout.nifds = nifds;
   layout.ifddebut = kHeaderBytes + strip_bytes;
-  layout.end = layout.ifddebut + static_cast<std::uint64_t>(directory_bytes(layout.nifds));
+  layout.end = layout.ifddebut + static_cast<std::uint64_t>(directory_bytes(nifds));
   const auto place = [&](std::int64_t bytes) {
     const std::uint64_t offset = layout.end;
     layout.end += static_cast<std::uint64_t>(bytes);
     return offset;
   };
-  layout.bits_per_sample = place(picture.sppOut == 3 ? kThreeShorts : 0);
+  layout.bits_per_sample = place(bpsOffsetLen);
   layout.make = place(metadata.makeLen);
   layout.model = place(metadata.modelLen);
-  layout.resolution = place(kTwoRationals);
-  layout.software = place(picture.is_float ? std::ssize(kSoftware) : 0);
-  layout.sample_format = place(picture.is_float ? kThreeShorts : 0);
+  layout.resolution = place(resolutionLen);
+  layout.software = place(softwareLen);
+  layout.sample_format = place(fmtOffsetLen);
   layout.profile = place(metadata.lProfil);
   layout.xmp = place(metadata.xmp.lSettings);
   layout.iptc = place(metadata.iptc_lenPadded());
@@ -281,121 +271,117 @@ Layout lay_out(const Picture& picture, const Metadata& metadata, std::uint64_t s
   return layout;
 }
 
-// The strip's bytes; none when the file would pass the reach of its 32-bit offsets.
-std::optional<std::uint64_t> bytes_of_strip(const Picture& picture) {
-  const auto rows = static_cast<std::uint64_t>(picture.jMax);
-  if (rows > 0 && picture.row_bytes() > UINT32_MAX / rows) return std::nullopt;
-  return rows * picture.row_bytes();
+// ---- Directory 0 -------------------------------------------------------------------------------
+
+// An entry that directory 0 has when it is present.
+struct Entry0 {
+  bool is_present;
+  EntryHead head;
+  std::uint32_t value;                     // where there is a place, counted from there
+  std::uint64_t Layout::*place = nullptr;  // of the values behind the directory
+};
+
+Entry0 short_entry(int tag, int value) {
+  return {true, {tag, kTypeShort, 1}, static_cast<std::uint32_t>(value)};
+}
+
+Entry0 long_entry(int tag, std::uint64_t value) {
+  return {true, {tag, kTypeLong, 1}, static_cast<std::uint32_t>(value)};
+}
+
+Entry0 size_entry(int tag, int pixels) {
+  if (pixels <= UINT16_MAX) return short_entry(tag, pixels);
+  return long_entry(tag, static_cast<std::uint64_t>(pixels));
+}
+
+Entry0 resolution_entry(int tag, int direction) {
+  const int behind = kRationalBytes * direction;
+  return {true, {tag, kTypeRational, 1}, static_cast<std::uint32_t>(behind), &Layout::resolution};
+}
+
+Entry0 directory_entry(int tag, int entries, std::uint64_t Layout::*place) {
+  return {entries > 0, {tag, kTypeLong, 1}, 0, place};
+}
+
+Entry0 bytes_entry(EntryHead head, const char* bytes, int length, std::uint64_t Layout::*place) {
+  if (is_in_entry(length)) return {length > 0, head, value_in_entry(bytes, length)};
+  return {true, head, 0, place};
+}
+
+Entry0 text_entry(int tag, const char* text, int length, std::uint64_t Layout::*place) {
+  return bytes_entry({tag, kTypeAscii, length}, text, length, place);
+}
+
+Entry0 bits_per_sample_entry(const Picture& picture) {
+  if (picture.sppOut == 1) return short_entry(kTagBitsPerSample, picture.bpsOut);
+  return {true, {kTagBitsPerSample, kTypeShort, 3}, 0, &Layout::bits_per_sample};
+}
+
+// All entries that there can be, in the order of their tags.
+using Directory0 = std::array<Entry0, 23>;
+
+Directory0 directory0_of(const Picture& picture, const Metadata& metadata,
+                         std::uint64_t strip_bytes) {
+  constexpr int kUncompressed = 1;
+  constexpr int kBlackIsZero = 1;
+  constexpr int kRgb = 2;
+  constexpr int kChunky = 1;
+  constexpr int kInch = 2;
+  const char* const model = bytes_from(metadata.exifBuf, CELUMBRANT_EXIF_MODEL);
+  const XmpBlock& xmp = metadata.xmp;
+  const auto iptc_longs = static_cast<int>(metadata.iptc_lenPadded() / 4);
+  const int softwareLen = picture.is_float() ? static_cast<int>(kSoftware.size()) : 0;
+  const EntryHead sample_format{kTagSampleFormat, kTypeShort, 3};
+  return {{
+      size_entry(kTagImageWidth, picture.iMax),
+      size_entry(kTagImageLength, picture.jMax),
+      bits_per_sample_entry(picture),
+      short_entry(kTagCompression, kUncompressed),
+      short_entry(kTagPhotometricInterpretation, picture.sppOut == 3 ? kRgb : kBlackIsZero),
+      text_entry(kTagMake, metadata.pMakeInfo.data(), metadata.makeLen, &Layout::make),
+      text_entry(kTagModel, model, metadata.modelLen, &Layout::model),
+      long_entry(kTagStripOffsets, kHeaderBytes),
+      short_entry(kTagOrientation, picture.orientation),
+      short_entry(kTagSamplesPerPixel, picture.sppOut),
+      size_entry(kTagRowsPerStrip, picture.jMax),
+      long_entry(kTagStripByteCounts, strip_bytes),
+      resolution_entry(kTagXResolution, 0),
+      resolution_entry(kTagYResolution, 1),
+      short_entry(kTagPlanarConfiguration, kChunky),
+      short_entry(kTagResolutionUnit, kInch),
+      text_entry(kTagSoftware, kSoftware.data(), softwareLen, &Layout::software),
+      Entry0{picture.is_float(), sample_format, 0, &Layout::sample_format},
+      bytes_entry({kTagXmp, kTypeByte, xmp.lSettings}, xmp.packet, xmp.lSettings, &Layout::xmp),
+      bytes_entry({kTagIptc, kTypeLong, iptc_longs}, metadata.iptc_buf, metadata.iptc_len,
+                  &Layout::iptc),
+      directory_entry(kTagExifDirectory, metadata.exifCount, &Layout::exif),
+      bytes_entry({kTagIccProfile, kTypeUndefined, metadata.lProfil}, metadata.profileBuf,
+                  metadata.lProfil, &Layout::profile),
+      directory_entry(kTagGpsDirectory, metadata.gpsCount, &Layout::gps),
+  }};
+}
+
+int count_entries(const Directory0& directory) {
+  return static_cast<int>(std::ranges::count(directory, true, &Entry0::is_present));
+}
+
+void write_directory0(ByteWriter& out, const Directory0& directory, const Layout& layout) {
+  out.u16(layout.nifds);
+  for (const Entry0& entry : directory) {
+    if (!entry.is_present) continue;
+    const std::uint64_t place = entry.place != nullptr ? layout.*entry.place : 0;
+    write_entry_head(out, entry.head);
+    out.u32(static_cast<std::uint32_t>(place + entry.value));
+  }
+  out.u32(0);  // no next directory
 }
 
 // ---- Strip -------------------------------------------------------------------------------------
 
-// The first kOut bytes of every kIn. Pixels are moved whole, with one load and one store each: what
-// is too much of one is overwritten by the next, so only the last needs care.
-template <std::size_t kIn, std::size_t kOut>
-void drop_bytes(const unsigned char* in, std::size_t pixels, unsigned char* out) {
-  for (std::size_t i = 0; i + 1 < pixels; ++i) std::memcpy(out + kOut * i, in + kIn * i, kIn);
-  if (pixels > 0) std::memcpy(out + kOut * (pixels - 1), in + kIn * (pixels - 1), kOut);
-}
-
-void drop_alpha(const unsigned char* in, std::size_t pixels, int sppIn, int nOctet,
-                unsigned char* out) {
-  switch (sppIn * nOctet) {
-    case 2:
-      return drop_bytes<2, 1>(in, pixels, out);
-    case 4:
-      return sppIn == 4 ? drop_bytes<4, 3>(in, pixels, out) : drop_bytes<4, 2>(in, pixels, out);
-    case 8:
-      return sppIn == 4 ? drop_bytes<8, 6>(in, pixels, out) : drop_bytes<8, 4>(in, pixels, out);
-    case 16:
-      return drop_bytes<16, 12>(in, pixels, out);
-    default:
-      return;
-  }
-}
-
-// The high bytes of little-endian 16-bit samples. Where the compiler has vectors the bytes are picked
-// out of two of them at once, at every level of optimisation.
-void take_high_bytes(const unsigned char* in, std::size_t samples, unsigned char* out) {
-  std::size_t i = 0;
-#ifdef CELUMBRANT_HAS_VECTORS
-  typedef unsigned char Bytes __attribute__((vector_size(16)));
-  for (; samples - i >= sizeof(Bytes); i += sizeof(Bytes)) {
-    Bytes first;
-    Bytes second;
-    std::memcpy(&first, in + 2 * i, sizeof first);
-    std::memcpy(&second, in + 2 * i + sizeof first, sizeof second);
-    const Bytes high = __builtin_shufflevector(first, second, 1, 3, 5, 7, 9, 11, 13, 15, 17, 19, 21,
-                                               23, 25, 27, 29, 31);
-    std::memcpy(out + i, &high, sizeof high);
-  }
-#endif
-  for (; i < samples; ++i) out[i] = in[2 * i + 1];
-}
-
-// Narrowed by parts that stay in the nearest cache, then without their alpha.
-void narrow_and_drop_alpha(const unsigned char* in, std::size_t pixels, int sppIn, int sppOut,
-                           unsigned char* out) {
-  constexpr std::size_t kPart = 1024;
-  constexpr std::size_t kMostSamples = 4;
-  std::array<unsigned char, kPart * kMostSamples> narrow;
-  const auto in_samples = static_cast<std::size_t>(sppIn);
-  const auto out_samples = static_cast<std::size_t>(sppOut);
-  for (std::size_t i = 0; i < pixels; i += kPart) {
-    const std::size_t part = std::min(kPart, pixels - i);
-    take_high_bytes(in + 2 * in_samples * i, in_samples * part, narrow.data());
-    drop_alpha(narrow.data(), part, sppIn, 1, out + out_samples * i);
-  }
-}
-
-#ifdef CELUMBRANT_HAS_SSSE3
-// The same for most of a row of RGBA, in one step where the processor can pick bytes: two pixels
-// are read at once, and their 6 bytes written as 8, of which the next overwrite the last 2.
-// Returns the pixels that are done, 0 unless there are four samples.
-[[gnu::target("ssse3")]] std::size_t narrow_pairs(const unsigned char* in, std::size_t pixels,
-                                                  unsigned char* out) {
-  typedef unsigned char Bytes __attribute__((vector_size(16)));
-  std::size_t i = 0;
-  for (; i + 2 < pixels; i += 2) {
-    Bytes pair;
-    std::memcpy(&pair, in + 8 * i, sizeof pair);
-    const Bytes picked = __builtin_shufflevector(pair, pair, 1, 3, 5, 9, 11, 13, -1, -1, -1, -1, -1,
-                                                 -1, -1, -1, -1, -1);
-    std::memcpy(out + 3 * i, &picked, 8);
-  }
-  return i;
-}
-
-std::size_t narrow_most(const unsigned char* in, std::size_t pixels, int sppIn,
-                        unsigned char* out) {
-  const bool can = sppIn == 4 && static_cast<bool>(__builtin_cpu_supports("ssse3"));
-  return can ? narrow_pairs(in, pixels, out) : 0;
-}
-#else
-std::size_t narrow_most(const unsigned char*, std::size_t, int, unsigned char*) {
-  return 0;
-}
-#endif
-
-void convert_row(const Picture& picture, const unsigned char* in, unsigned char* out) {
-  const bool has_alpha = picture.sppIn != picture.sppOut;
-  if (picture.is16to8 && has_alpha) {
-    const std::size_t done = narrow_most(in, picture.width(), picture.sppIn, out);
-    narrow_and_drop_alpha(in + 8 * done, picture.width() - done, picture.sppIn, picture.sppOut,
-                          out + 3 * done);
-  } else if (picture.is16to8) {
-    take_high_bytes(in, static_cast<std::size_t>(picture.row_bytes()), out);
-  } else if (has_alpha) {
-    drop_alpha(in, picture.width(), picture.sppIn, picture.nOctet, out);
-  } else {
-    std::memcpy(out, in, static_cast<std::size_t>(picture.row_bytes()));
-  }
-}
-
 // Whether rows lie in the buffer as they do in the file.
 bool is_packed(const Picture& picture) {
-  const bool converts = picture.is16to8 || picture.sppIn != picture.sppOut;
-  return !converts && picture.row_pitch == static_cast<std::ptrdiff_t>(picture.row_bytes());
+  return picture.row().is_copied() &&
+         picture.row_pitch == static_cast<std::ptrdiff_t>(picture.row_bytes());
 }
 
 // Rows that need no conversion go out from the caller's buffer. The chunk's memory is taken in any
@@ -415,7 +401,7 @@ int write_strip(std::FILE* file, const Picture& picture) {
     const unsigned char* const first = picture.inBuf + currRow * picture.row_pitch;
     if (!is_packed(picture)) {
       for (int row = 0; row < numRows; ++row) {
-        convert_row(picture, first + row * picture.row_pitch,
+        convert_row(first + row * picture.row_pitch, picture.row(),
                     packed + row_bytes * static_cast<std::size_t>(row));
       }
     }
@@ -426,86 +412,7 @@ int write_strip(std::FILE* file, const Picture& picture) {
   return numRows;
 }
 
-// ---- Directory 0 and what lies behind it -------------------------------------------------------
-
-void write_short(ByteWriter& out, int tag, int value) {
-  write_entry_head(out, tag, kTypeShort, 1);
-  out.u16(value);
-  out.u16(0);
-}
-
-void write_long(ByteWriter& out, int tag, std::uint64_t value) {
-  write_entry_head(out, tag, kTypeLong, 1);
-  out.u32(static_cast<std::uint32_t>(value));
-}
-
-void write_size(ByteWriter& out, int tag, int pixels) {
-  if (pixels <= UINT16_MAX) return write_short(out, tag, pixels);
-  write_long(out, tag, static_cast<std::uint64_t>(pixels));
-}
-
-void write_offset(ByteWriter& out, int tag, TiffType type, int count, std::uint64_t offset) {
-  write_entry_head(out, tag, type, count);
-  out.u32(static_cast<std::uint32_t>(offset));
-}
-
-// The entries stand in the order of their tags.
-void write_directory0(ByteWriter& out, const Picture& picture, const Metadata& metadata,
-                      const Layout& layout) {
-  constexpr int kUncompressed = 1;
-  constexpr int kBlackIsZero = 1;
-  constexpr int kRgb = 2;
-  constexpr int kChunky = 1;
-  constexpr int kInch = 2;
-  out.u16(layout.nifds);
-  write_size(out, kTagImageWidth, picture.iMax);
-  write_size(out, kTagImageLength, picture.jMax);
-  if (picture.sppOut == 3) {
-    write_offset(out, kTagBitsPerSample, kTypeShort, 3, layout.bits_per_sample);
-  } else {
-    write_short(out, kTagBitsPerSample, picture.bpsOut);
-  }
-  write_short(out, kTagCompression, kUncompressed);
-  write_short(out, kTagPhotometricInterpretation, picture.sppOut == 3 ? kRgb : kBlackIsZero);
-  if (metadata.makeLen > 0) {
-    write_text_entry(out, kTagMake, metadata.pMakeInfo.data(), metadata.makeLen, layout.make);
-  }
-  if (metadata.modelLen > 0) {
-    write_text_entry(out, kTagModel, bytes_from(metadata.exifBuf, CELUMBRANT_EXIF_MODEL),
-                     metadata.modelLen, layout.model);
-  }
-  write_long(out, kTagStripOffsets, kHeaderBytes);
-  write_short(out, kTagOrientation, picture.orientation);
-  write_short(out, kTagSamplesPerPixel, picture.sppOut);
-  write_size(out, kTagRowsPerStrip, picture.jMax);
-  write_long(out, kTagStripByteCounts, layout.ifddebut - kHeaderBytes);
-  write_offset(out, kTagXResolution, kTypeRational, 1, layout.resolution);
-  write_offset(out, kTagYResolution, kTypeRational, 1, layout.resolution + kRationalBytes);
-  write_short(out, kTagPlanarConfiguration, kChunky);
-  write_short(out, kTagResolutionUnit, kInch);
-  if (picture.is_float) {
-    write_offset(out, kTagSoftware, kTypeAscii, static_cast<int>(kSoftware.size()),
-                 layout.software);
-    write_offset(out, kTagSampleFormat, kTypeShort, 3, layout.sample_format);
-  }
-  const XmpBlock& xmp = metadata.xmp;
-  if (xmp.lSettings > 0) {
-    write_bytes_entry(out, {kTagXmp, kTypeByte, xmp.lSettings}, xmp.packet, xmp.lSettings,
-                      layout.xmp);
-  }
-  if (metadata.iptc_len > 0) {
-    const auto longs = static_cast<int>(metadata.iptc_lenPadded() / 4);
-    write_bytes_entry(out, {kTagIptc, kTypeLong, longs}, metadata.iptc, metadata.iptc_len,
-                      layout.iptc);
-  }
-  if (metadata.exifCount > 0) write_long(out, kTagExifDirectory, layout.exif);
-  if (metadata.lProfil > 0) {
-    write_bytes_entry(out, {kTagIccProfile, kTypeUndefined, metadata.lProfil}, metadata.profile,
-                      metadata.lProfil, layout.profile);
-  }
-  if (metadata.gpsCount > 0) write_long(out, kTagGpsDirectory, layout.gps);
-  out.u32(0);  // no next directory
-}
+// ---- What lies behind directory 0 --------------------------------------------------------------
 
 void write_picture_values(ByteWriter& out, const Picture& picture, const Metadata& metadata) {
   constexpr int kIeeeFloat = 3;
@@ -513,14 +420,13 @@ void write_picture_values(ByteWriter& out, const Picture& picture, const Metadat
   if (picture.sppOut == 3) {
     for (int sample = 0; sample < 3; ++sample) out.u16(picture.bpsOut);
   }
-  out.text({metadata.pMakeInfo.data(), static_cast<std::size_t>(metadata.makeLen)});
-  out.text({bytes_from(metadata.exifBuf, CELUMBRANT_EXIF_MODEL),
-            static_cast<std::size_t>(metadata.modelLen)});
+  out.bytes(metadata.pMakeInfo.data(), metadata.makeLen);
+  out.bytes(bytes_from(metadata.exifBuf, CELUMBRANT_EXIF_MODEL), metadata.modelLen);
   for (int direction = 0; direction < 2; ++direction) {
     out.u32(static_cast<std::uint32_t>(picture.dpi) * kDenominator);
     out.u32(kDenominator);
   }
-  if (!picture.is_float) return;
+  if (!picture.is_float()) return;
   out.text(kSoftware);
   for (int sample = 0; sample < 3; ++sample) out.u16(kIeeeFloat);
 }
@@ -530,7 +436,7 @@ bool write_xmp_block(ByteWriter& out, const XmpBlock& xmp) {
   if (xmp.lSettings == 0) return true;
   const auto lSettings = static_cast<std::size_t>(xmp.lSettings);
   if (xmp.packet != nullptr) {
-    out.text({xmp.packet, lSettings});
+    out.bytes(xmp.packet, xmp.lSettings);
     return true;
   }
   const Scratch xmpData = zeroed_scratch(lSettings);
@@ -542,20 +448,17 @@ bool write_xmp_block(ByteWriter& out, const XmpBlock& xmp) {
 }
 
 int write_block(std::FILE* file, const Picture& picture, const Metadata& metadata,
-                const Layout& layout) {
+                const Directory0& directory0, const Layout& layout) {
   const auto ifdtotal = static_cast<std::size_t>(layout.ifdtotal());
   const Scratch ifdbuf = zeroed_scratch(ifdtotal);
   if (!ifdbuf) return kNoMemoryForBlock;
   ByteWriter out({reinterpret_cast<unsigned char*>(ifdbuf.get()), ifdtotal});
-  write_directory0(out, picture, metadata, layout);
+  write_directory0(out, directory0, layout);
   write_picture_values(out, picture, metadata);
-  if (metadata.lProfil > 0)
-    out.text({metadata.profile, static_cast<std::size_t>(metadata.lProfil)});
+  out.bytes(metadata.profileBuf, metadata.lProfil);
   if (!write_xmp_block(out, metadata.xmp)) return kNoMemoryForBlock;
-  if (metadata.iptc_len > 0) {
-    out.text({metadata.iptc, static_cast<std::size_t>(metadata.iptc_len)});
-    out.zeros(static_cast<std::size_t>(metadata.iptc_lenPadded() - metadata.iptc_len));
-  }
+  out.bytes(metadata.iptc_buf, metadata.iptc_len);
+  out.zeros(static_cast<std::size_t>(metadata.iptc_lenPadded() - metadata.iptc_len));
   if (metadata.exifCount > 0)
     write_directory(out, metadata.exif(), metadata.exifCount, layout.exif);
   if (metadata.gpsCount > 0) write_directory(out, metadata.gps(), metadata.gpsCount, layout.gps);
@@ -573,7 +476,7 @@ bool write_header(std::FILE* file, const Layout& layout) {
 }
 
 int write_file(const char* nomfic, const Picture& picture, const Metadata& metadata,
-               const Layout& layout) {
+               const Directory0& directory0, const Layout& layout) {
   File file(nomfic, "wb");
   if (!file) {
     std::fprintf(stderr, "Could not open for writing file:  %s\n", nomfic);
@@ -585,8 +488,8 @@ int write_file(const char* nomfic, const Picture& picture, const Metadata& metad
   if (!write_header(file.get(), layout)) return kHeaderNotWritten;
   const int rows = write_strip(file.get(), picture);
   if (rows < 0) return rows;
-  if (const int result = write_block(file.get(), picture, metadata, layout); result != 0)
-    return result;
+  const int result = write_block(file.get(), picture, metadata, directory0, layout);
+  if (result != 0) return result;
   return file.close() ? rows : kBlockNotWritten;
 }
 
@@ -606,14 +509,16 @@ int buf2tif(const unsigned char* inBuf, const int* dimInfos, int bpr,
   if (!strip_bytes) return kRefused;
 
   Metadata metadata{.exifBuf = exifBuf, .gpsBuf = gpsBuf};
-  count_entries(metadata);
-  metadata.profile = reinterpret_cast<const char*>(profileBuf);
+  count_metadata(metadata);
+  metadata.profileBuf = reinterpret_cast<const char*>(profileBuf);
   metadata.lProfil = length_of_profile(profileBuf, lProfil);
-  metadata.iptc = reinterpret_cast<const char*>(iptc_buf);
+  metadata.iptc_buf = reinterpret_cast<const char*>(iptc_buf);
   metadata.iptc_len = iptc_len;
-  metadata.xmp = choose_xmp(metadata, tmMethod, tmParam, xmp_len, xmp_buf);
+  auto callers = callers_block(tmMethod, xmp_len, xmp_buf);
+  metadata.xmp = callers ? std::move(*callers) : made_block(metadata, tmMethod, tmParam);
 
-  const Layout layout = lay_out(*picture, metadata, *strip_bytes);
+  const Directory0 directory0 = directory0_of(*picture, metadata, *strip_bytes);
+  const Layout layout = lay_out(*picture, metadata, *strip_bytes, count_entries(directory0));
   if (layout.end > UINT32_MAX) return kRefused;
-  return write_file(nomfic, *picture, metadata, layout);
+  return write_file(nomfic, *picture, metadata, directory0, layout);
 }

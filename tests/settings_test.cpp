@@ -11,10 +11,8 @@
 #include <cmath>
 #include <filesystem>
 #include <regex>
-#include <string>
 #include <string_view>
 #include <tuple>
-#include <utility>
 #include <vector>
 
 #include "support/failing_memory.h"
@@ -136,6 +134,8 @@ TEST(SettingsPacket, WritesSmoothingAsAWordWhateverItsNumber) {
     EXPECT_NE(packet_of(1, values).find(line + "<cbtm:Microsmoothing>"), std::string::npos) << mode << " " << number;
   }
   EXPECT_NE(packet_of(1, values).find("<cbtm:IsPano360>No </cbtm:IsPano360>"), std::string::npos);
+  values[3] = 3e38F;
+  EXPECT_NE(packet_of(3, values).find("<cbtm:WhiteClip>17050830372864.000<"), std::string::npos);
   values.fill(-0x1.fffffep127F);  // the longest number
   EXPECT_NE(packet_of(1, values).find(">-340282346638528859811704183484516925440.0,"), std::string::npos);
 }
@@ -198,6 +198,8 @@ TEST(SettingsReader, TakesNamesInOrderOfPriorityAndConverts) {
       {"Method>Blend/Control|Strength>3|Accentuation>2|", 0, 2}, {colors + " ,8|", 41, 0},  // a list is all or nothing
       {"Method>Blend/Believable|Highlights>3|", 1, 3}, {"Method>Blend/Architecture and more|LocalContrast>3|", 8, 3},
       {colors + ",8.5|", 48, 8.5}, {colors + "|", 41, 0}, {colors + ";8|", 41, 0},
+      {colors + ",x|", 41, 0}, {"Method>Uniform|BrightnessIndividualColors>Infinity,2,3,4,5,6,7,8|", 42, 2},
+      {refiner + "WhiteClip>1e12|", 3, 5.0483368e34F},
       // clang-format on
   };
   for (const auto& [settings, index, expected] : rows) {
@@ -237,7 +239,9 @@ TEST(SettingsReader, TagScannerHasStrictBounds) {
       {2, 0, 1, 29, 0, {17, 1, 8}}, {2, 0, 1, 28, 0, {17, 0, kUntouched}}, {2, 0, 1, 20, 0, {9, 0, kUntouched}},
       {2, 0, 1, 11, 0, {0, 0, kUntouched}}, {2, 0, 1, -4, 0, {0, 0, kUntouched}}, {2, 0, 1, 29, 1, {0, 1, kUntouched}},
       {2, 1, 1, 29, 0, {17, 1, 0}}, {2, 5, 1, 29, 0, {18, 0, kUntouched}},  // no kind 5: passed over
-      {21, 20, 1, 29, 0, {17, 1, kUntouched}}, {50, 20, 1, 29, 0, {0, 0, kUntouched}},
+      {2, 0, 3, 29, 0, {0, 0, kUntouched}},  // no form 3
+      {20, 20, 1, 29, 0, {0, 0, kUntouched}}, {21, 20, 1, 29, 0, {17, 1, kUntouched}},
+      {49, 20, 1, 29, 0, {17, 1, kUntouched}}, {50, 20, 1, 29, 0, {0, 0, kUntouched}},
       {60, 0, 1, 29, 0, {0, 0, kUntouched}}, {-1, 0, 1, 29, 0, {0, 0, kUntouched}},
       // clang-format on
   };

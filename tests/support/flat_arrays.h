@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <initializer_list>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -46,14 +47,21 @@ struct Arrays {
     std::memcpy(exif.data() + slot, text.data(), text.size());
     return *this;
   }
+  Arrays& exif_slot(std::size_t slot, int value) {
+    exif[slot] = value;
+    return *this;
+  }
+  Arrays& gps_slots(std::size_t first, std::initializer_list<int> values) {
+    std::ranges::copy(values, gps.begin() + static_cast<std::ptrdiff_t>(first));
+    return *this;
+  }
   Arrays& gps_bytes(int position, std::string_view text) {
     std::memcpy(reinterpret_cast<char*>(gps.data()) + position, text.data(), text.size());
     return *this;
   }
   // 47 36'30" N, 7 35'15.5" W, with a date; no altitude and no time.
   Arrays& with_position() {
-    const int values[] = {47, 1, 36, 1, 30, 1, 7, 1, 35, 1, 155, 10};
-    std::ranges::copy(values, gps.begin());
+    gps_slots(0, {47, 1, 36, 1, 30, 1, 7, 1, 35, 1, 155, 10});
     return gps_bytes(80, "NW").gps_bytes(84, "2015:06:01");
   }
 };
