@@ -6,11 +6,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <chrono>
 #include <climits>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <ctime>
 #include <filesystem>
 #include <iterator>
 #include <memory>
@@ -448,9 +448,9 @@ TEST(Hostile, WorkIsBounded) {
   const Bytes resources = tiff(Order::kBig, {many(65000, 34377, INT_MAX, 0, 8)});
   for (Bytes bytes : {nested, resources, tiff(Order::kBig, {many(65000, 34377, 65535, 32458, INT_MAX / 2)})}) {
     bytes.resize(kSize, '8');
-    const auto start = std::chrono::steady_clock::now();
+    const std::clock_t start = std::clock();  // of the processor: other programs do not count
     EXPECT_EQ(read(bytes, CELUMBRANT_IMAGE_TIFF).substr(0, 1), "1");
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(4));
+    EXPECT_LT(std::clock() - start, 4 * CLOCKS_PER_SEC);
   }
 }
 
