@@ -25,9 +25,9 @@
 
 #include <time.h>
 
-#define CELUMBRANT_META_VERSION_MAJOR 0
-#define CELUMBRANT_META_VERSION_MINOR 1
-#define CELUMBRANT_META_VERSION_PATCH 0
+#define CELUMBRANT_META_VERSION_MAJOR 0 /**< major version, as in Semantic Versioning */
+#define CELUMBRANT_META_VERSION_MINOR 1 /**< minor version, as in Semantic Versioning */
+#define CELUMBRANT_META_VERSION_PATCH 0 /**< patch version, as in Semantic Versioning */
 
 /*
  * CELUMBRANT_META_API marks the exported functions.
