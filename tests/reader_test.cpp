@@ -5,11 +5,12 @@
 #include <CelumbrantMetaLib.h>
 #include <gtest/gtest.h>
 
-#include <chrono>
+#include <algorithm>
 #include <climits>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <ctime>
 #include <filesystem>
 #include <memory>
 #include <tuple>
@@ -432,6 +433,23 @@ TEST(Samples, RecordsAndPrefixes) {
   });
 }
 
+// Blocks and values lie across the ends of what is read of a file at once.
+TEST(Samples, AreReadWhereverTheyLie) {
+  for (const std::string name : {"big_endian.jpg", "settings.jpg"}) {
+    const Bytes sample = read_file(kSamples + name);
+    ExifInfo2 record{}, moved{};
+    EXPECT_EQ(getExifData((kSamples + name).c_str(), CELUMBRANT_IMAGE_JPEG, &record), 1);
+    for (int bytes = 4; bytes < 33000; bytes += 211) {
+      const Bytes before = kSoi + segment('\xE2', Bytes(static_cast<std::size_t>(bytes - 4), 'f'));
+      EXPECT_EQ(getExifData(file_of(before + sample.substr(2)).c_str(), CELUMBRANT_IMAGE_JPEG, &moved), 1);
+      for (int* const offset : {&moved.thumb_offset, &moved.iptc_offset, &moved.embeddedXmp_offset}) {
+        if (*offset > 0) *offset -= bytes;
+      }
+      EXPECT_EQ(std::memcmp(&moved, &record, sizeof record), 0) << name << bytes;
+    }
+  }
+}
+
 // Each of these describes hours of work, or gigabytes, in less than a MiB.
 TEST(Hostile, WorkIsBounded) {
   constexpr int kSize = 1 << 20;
@@ -445,9 +463,9 @@ TEST(Hostile, WorkIsBounded) {
   const Bytes resources = tiff(Order::kBig, {many(65000, 34377, INT_MAX, 0, 8)});
   for (Bytes bytes : {nested, resources, tiff(Order::kBig, {many(65000, 34377, 65535, 32458, INT_MAX / 2)})}) {
     bytes.resize(kSize, '8');
-    const auto start = std::chrono::steady_clock::now();
+    const std::clock_t start = std::clock();  // of the processor: other programs do not count
     EXPECT_EQ(read(bytes, CELUMBRANT_IMAGE_TIFF).substr(0, 1), "1");
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(4));
+    EXPECT_LT(std::clock() - start, 4 * CLOCKS_PER_SEC);
   }
 }
 

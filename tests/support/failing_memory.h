@@ -2,15 +2,13 @@
 #ifndef CELUMBRANT_TESTS_FAILING_MEMORY_H_
 #define CELUMBRANT_TESTS_FAILING_MEMORY_H_
 
-// While one lives, the library's calls of calloc fail after the first `successes`.
-class FailingMemory {
- public:
-  explicit FailingMemory(int successes);
-  ~FailingMemory();
-  FailingMemory(const FailingMemory&) = delete;
-  FailingMemory& operator=(const FailingMemory&) = delete;
+#include <limits>
 
-  int calls() const;  // of calloc, since it lives
+#include "support/failing_calls.h"
+
+// While one lives, the library's calls of calloc fail after the first `successes`.
+struct FailingMemory : FailingCalls {
+  explicit FailingMemory(int successes) : FailingCalls("calloc", successes, std::numeric_limits<int>::max()) {}
 };
 
 #endif

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
@@ -16,7 +17,9 @@ inline std::string temporary(const std::string& name) {
   return testing::TempDir() + test->test_suite_name() + "_" + test->name() + "_" + name;
 }
 
+// As a new file each time: overwriting one waits for the disk under some file systems.
 inline void write_file(const std::string& name, const std::string& bytes) {
+  std::filesystem::remove(name);
   std::ofstream(name, std::ios::binary) << bytes;
 }
 

@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: MIT
+#ifndef CELUMBRANT_TESTS_FAILING_CALLS_H_
+#define CELUMBRANT_TESTS_FAILING_CALLS_H_
+
+#include <string_view>
+
+// While one lives, a function of the C library that the library uses (calloc, fopen, fclose, fread,
+// fwrite, fseek, ftell, fgetc) fails in the library after its first `successes` calls.
+class FailingCalls {
+ public:
+  FailingCalls(std::string_view function, int successes, int failures = 1);
+  ~FailingCalls();
+  FailingCalls(const FailingCalls&) = delete;
+  FailingCalls& operator=(const FailingCalls&) = delete;
+
+  int calls() const;  // of that function, since it lives
+};
+
+#endif
