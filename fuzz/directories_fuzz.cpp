@@ -50,6 +50,8 @@ void read_directory(Bytes& bytes, std::size_t position, short order, int start, 
   const Stream stream = stream_at(bytes, position);
   EXPECT(parse(stream.get(), 1, order, start, record.get()) == 1);
   expect_texts(*record);
+  // What stands behind the texts of the record belongs to no such directory.
+  EXPECT(record->thumb_width == 0 && record->embeddedXmp_len == 0 && record->lens[0] == 0);
   const auto entries = static_cast<std::size_t>(entries_at(view(bytes), position, order));
   const std::size_t end = std::min(position + 2 + kEntryBytes * entries, bytes.size());
   EXPECT(std::ftell(stream.get()) == static_cast<long>(end));

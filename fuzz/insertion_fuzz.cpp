@@ -3,6 +3,8 @@
 // Settings inserted into packets from anywhere, once or several times, each time into room of just
 // the size. A packet is unchanged, or holds one set of settings more around what it held before.
 
+#include <string>
+
 #include "support.h"
 
 namespace {
@@ -17,6 +19,22 @@ std::size_t place_of_insertion(std::string_view before, std::string_view after) 
   return place;
 }
 
+// Past the first place of a text, with quotes of either kind; npos when there is none.
+std::size_t past(std::string_view packet, std::size_t from, std::string_view key) {
+  std::string other_quotes(key);
+  std::ranges::replace(other_quotes, '\'', '"');
+  const std::size_t at = std::min(packet.find(key, from), packet.find(other_quotes, from));
+  return at == std::string_view::npos ? at : at + key.size();
+}
+
+// Whether the packet has a frame and, within it, a place for descriptions.
+bool takes_descriptions(std::string_view packet) {
+  const std::size_t frame = past(packet, 0, "<x:xmpmeta xmlns:x='adobe:ns:meta/");
+  if (frame == std::string_view::npos) return false;
+  return past(packet, frame, "<rdf:RDF xmlns:rdf='http://www.w3.org/1999/02/22-rdf-syntax-ns#'>") !=
+         std::string_view::npos;
+}
+
 int count(const Text& packet) {
   return cbsettings_occurences_in_xmp(static_cast<int>(packet.size()), packet.data());
 }
@@ -26,12 +44,12 @@ bool insert(Text& packet, int method, int sequence) {
   def_param(method, settings.data());
   const int growth = insert_xmp(CBTM_MEASURE, method, settings.data(), 0, 0, nullptr);
   const Text before = packet;
-  Text grown(before.size() + static_cast<std::size_t>(growth));
+  Text grown(before.size() + static_cast<std::size_t>(growth), '#');
   std::ranges::copy(before, grown.begin());
   const int result = insert_xmp(sequence, method, settings.data(), static_cast<int>(before.size()),
                                 growth, grown.data());
   if (result < 0) {
-    EXPECT(result == -1 || result <= -34);
+    EXPECT(takes_descriptions(view(before)) ? result == -1 : result <= -34);
     EXPECT(std::equal(before.begin(), before.end(), grown.begin()));
     return false;
   }

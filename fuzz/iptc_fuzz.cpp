@@ -22,9 +22,10 @@ std::string keyword_set(std::string_view keyword) {
 Bytes add(const Bytes& block, std::string_view keyword, int& position) {
   const std::size_t head = block.empty() ? 12 : 5;
   Bytes out(block.size() + head + keyword.size(), '#');
-  const Text letters(keyword.begin(), keyword.end());
+  const auto letters = std::make_unique<char[]>(keyword.size());  // not null when it is empty
+  std::ranges::copy(keyword, letters.get());
   position = add_iptc_keyword(static_cast<int>(block.size()), block.data(), size_of(keyword),
-                              letters.data(), out.data());
+                              letters.get(), out.data());
   if (position >= 0) return out;
   EXPECT(position == -1);
   EXPECT(static_cast<std::size_t>(std::ranges::count(out, '#')) == out.size());

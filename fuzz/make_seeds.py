@@ -96,6 +96,7 @@ PACKETS = {
     'slider': packet(description(elements('Vivid Accentuator', [('SmoothingMode', 'Slider'), ('Smoothing', '2.5')]))),
     'clips': packet(description(elements('Brilliance Refiner', REFINER)), LENS),
     'two_sets': packet(description(elements('Light Leveler', REFINER), 2), description(elements('Uniform', []))),
+    'late': packet(LENS, ' ' * 900, description(elements('Range Flattener', [('Compression', '2.0')]))),
     'attributes': packet('<rdf:Description xmlns:cbtm="http://ns.celumbrant.com/celumbrant_settings01" '
                          + elements('Texture Sculptor', SCULPTOR, ATTRIBUTE) + '/>\n',
                          '<rdf:Description xmlns:aux="http://ns.adobe.com/exif/1.0/aux/" aux:Lens="35mm"/>\n'),
@@ -153,15 +154,16 @@ FULL_SLOTS = slots(60, {5: 65537}, [(4 * 23, b'X' * 64), (4 * 39, b'9' * 20), (4
 SHORT_SLOTS = slots(60, {0: 1, 1: -1}, [(4 * 23, b'D7'), (4 * 39, b'2015\n'), (4 * 44, b'l')])
 
 
-def picture(arrays, width, height, samples, depth, narrow, method, icc, iptc, xmp, seldom=0):
+def picture(arrays, width, height, samples, depth, narrow, method, icc, iptc, xmp, seldom=0, orientation=3):
     """As take_request of save_fuzz.cpp takes it apart."""
-    form = bytes([width, height, seldom, samples, depth, narrow]) + struct.pack('<H', 300) + bytes([4, 1, method + 1])
+    form = bytes([width, height, seldom, samples, depth, narrow]) + struct.pack('<H', 300)
+    form += bytes([orientation + 1, 1, method + 1])
     return (arrays + form + bytes([len(icc)]) + icc + bytes([len(iptc)]) + iptc
             + struct.pack('<H', len(xmp)) + xmp + bytes(range(7, 250, 3)))
 
 
 def floats(count, step):
-    return struct.pack(f'<{count}f', *((i - 20) * step for i in range(count)))
+    return struct.pack(f'<{count}f', *((i - 2) * step for i in range(count)))
 
 
 def seeds():
@@ -174,9 +176,12 @@ def seeds():
         tiff(big), segment(0xE0, b'JFIF\0'), xmp_segment(PACKETS['elements']),
         segment(0xED, b'Photoshop 3.0\0' + RESOURCES)) + place
     yield 'scan', 'little_endian_psd', psd(tiff(little)) + place
+    yield 'scan', 'iptc_cut_off', b'\x1C' * 40 + struct.pack('<II', 20, 30)
     for name, order in (('little_endian', little), ('big_endian', big)):
         yield 'directories', 'exif_' + name, struct.pack('<Hi', 0, 0) + directory(order, exif_entries(order), 0)
         yield 'directories', 'gps_' + name, struct.pack('<Hi', 8, 8) + bytes(8) + directory(order, gps_entries(order), 0)
+    yield 'directories', 'gps_date_too_long', struct.pack('<Hi', 0, 0) + directory(
+        little, [(29, ASCII, 40, b'2015:06:01 and what else there is to say')], 0)
     yield 'resources', 'iptc_and_thumbnail', struct.pack('<Bi', 0, 4096) + RESOURCES
     yield 'resources', 'cut_off', struct.pack('<Bi', 2, MIB) + b'xx' + THUMBNAIL + resource(1028, b'')[:10]
     head = struct.pack('<h', 30)
@@ -193,19 +198,24 @@ def seeds():
         yield 'packet', f'method_{method}', bytes([i, i, 1, 2, 6]) + b'lens#1' + floats(60, 0.31) + floats(60, 7.77)
     yield 'iptc', 'keyword_behind_keyword', struct.pack('<H', 3) + b'sea' + IPTC
     yield 'iptc', 'new_block', struct.pack('<H', 8) + b'harbours'
+    yield 'iptc', 'empty_keyword', struct.pack('<H', 0) + IPTC
     yield 'iptc', 'cut_off', struct.pack('<H', 3) + b'sea' + IPTC[:-3]
     icc = profile(b'Adobe RGB (1998)')
     for tag, length in ((34675, 300), (274, 0), (256, -1)):
         yield 'profile', f'profile_of_{length}', struct.pack('<Hh', tag, length) + tiff(
             little, [(34675, UNDEFINED, len(icc), icc)])
     yield 'profile', 'profile_in_its_entry', struct.pack('<Hh', 34675, 2) + tiff(little, [(34675, SHORT, 2, b'ab')])
+    yield 'profile', 'cut_off', struct.pack('<Hh', 34675, 9) + b'II*\0' + struct.pack('<IHHHI', 8, 1, 34675, 7, 9)
     photo = EXIF_SLOTS + GPS_SLOTS
     settings = PACKETS['clips'] + b'\0'
     yield 'save', 'rgba_16_to_8', picture(photo, 9, 5, 4, 0, 1, 3, icc[:100], IPTC, settings)
     yield 'save', 'grey_half', picture(photo, 7, 3, 1, 3, 0, 10, b'short', b'\x1C\2', b'')
     yield 'save', 'rgba_float_full_texts', picture(FULL_SLOTS + GPS_SLOTS, 4, 4, 4, 2, 0, 0, b'', b'', b'<x/>' * 9)
-    yield 'save', 'short_texts', picture(SHORT_SLOTS + bytes(96), 3, 2, 2, 1, 0, -1, b'', IPTC, b'xmp')
+    yield 'save', 'short_texts', picture(SHORT_SLOTS + slots(24, {0: 1, 1: -1, 6: 2, 7: 0}, [(82, b'\xFF')]), 3, 2, 2, 1, 0, -1, b'', IPTC, b'xmp')
     yield 'save', 'wide', picture(photo, 63, 7, 4, 0, 1, 1, b'', b'', b'', 31)
+    yield 'save', 'rgb_16_to_8', picture(photo, 9, 2, 3, 0, 1, 2, b'', b'', PACKETS['late'], orientation=9)
+    yield 'save', 'rgba_16', picture(photo, 9, 2, 4, 1, 0, 2, icc.replace(b'RGB ', b'GRAY')[:99], b'', settings)
+    yield 'save', 'rgba_8', picture(photo, 9, 2, 4, 0, 0, 0, b'', b'', settings[:-1])
     yield 'save', 'refused', picture(photo, 5, 5, 3, 4, 0, 1, b'', b'', b'')
     for width in (1, 33):
         pixels = bytes((7 * i * i + 11 * i) & 0xFF for i in range(12 * width))

@@ -125,7 +125,7 @@ Text write(int sequence, int method, const Settings& settings, std::string_view 
 
 Text insert(const Text& before, int sequence, int method, const Settings& settings) {
   const int growth = insert_xmp(CBTM_MEASURE, method, settings.data(), 0, 0, nullptr);
-  Text after(before.size() + static_cast<std::size_t>(growth));
+  Text after(before.size() + static_cast<std::size_t>(growth), '#');
   std::ranges::copy(before, after.begin());
   EXPECT(insert_xmp(sequence, method, settings.data(), static_cast<int>(before.size()), growth,
                     after.data()) == growth);

@@ -38,8 +38,10 @@ void read_profile_name(const Bytes& profile) {
   const std::string_view read = view(name).substr(0, static_cast<std::size_t>(result));
   EXPECT(result == 32 || std::ranges::find(kNames, read) != kNames.end());
   EXPECT(std::ranges::count(view(name).substr(read.size()), '\0') == 32 - result);
-  const std::size_t length = read.find('\0');
-  EXPECT(view(profile).find(read.substr(0, length)) != std::string_view::npos);
+  const std::size_t description = view(profile).find("desc\0\0\0\0\0\0\0"sv, 32);
+  EXPECT(description != std::string_view::npos);
+  const std::string_view text = view(profile).substr(description + 12);
+  EXPECT(result == 32 ? read.starts_with(text.substr(0, 32)) : text.find(read) < 255);
 }
 
 // As scanf reads it, whose larger numbers are cut to the nearest int.
