@@ -154,12 +154,15 @@ FULL_SLOTS = slots(60, {5: 65537}, [(4 * 23, b'X' * 64), (4 * 39, b'9' * 20), (4
 SHORT_SLOTS = slots(60, {0: 1, 1: -1}, [(4 * 23, b'D7'), (4 * 39, b'2015\n'), (4 * 44, b'l')])
 
 
+ANY_SIZES = bytes([4, 16, 9, 91, 64, 6, 21, 11])
+
+
 def picture(arrays, width, height, samples, depth, narrow, method, icc, iptc, xmp, seldom=0, orientation=3):
     """As take_request of save_fuzz.cpp takes it apart."""
     form = bytes([width, height, seldom, samples, depth, narrow]) + struct.pack('<H', 300)
     form += bytes([orientation + 1, 1, method + 1])
     return (arrays + form + bytes([len(icc)]) + icc + bytes([len(iptc)]) + iptc
-            + struct.pack('<H', len(xmp)) + xmp + bytes(range(7, 250, 3)))
+            + struct.pack('<H', len(xmp)) + xmp + ANY_SIZES + bytes(range(7, 250, 3)))
 
 
 def floats(count, step):

@@ -143,6 +143,23 @@ void write_block(MemoryFile& file, const Arrays& arrays, int orientation) {
   expect_record(*record, arrays, orientation);
 }
 
+// Sizes that no arrays gave are refused, or kept to.
+void write_block_of_any_sizes(const Arrays& arrays, const std::array<std::int8_t, 8>& sizes) {
+  const auto& [exif_count, exif_bytes, gps_count, gps_bytes, model, make, date, datestamp] = sizes;
+  const auto directory = [](int entries, int bytes) {
+    return entries > 0 ? 12 * entries + 6 + bytes : 0;
+  };
+  const int entries = 1 + (make > 0) + (model > 0) + (exif_count > 0) + (gps_count > 0);
+  const int total = 8 + directory(entries, make + model) + directory(exif_count, exif_bytes) +
+                    directory(gps_count, gps_bytes);
+  Bytes block(static_cast<std::size_t>(std::max(total, 0)));
+  const Text make_text(static_cast<std::size_t>(std::max<int>(make, 1)), 'm');
+  const int result =
+      write_exif_buf(exif_count, exif_bytes, gps_count, gps_bytes, model, make, date, datestamp, 1,
+                     arrays.exif.data(), arrays.gps.data(), make_text.data(), block.data());
+  EXPECT(result == -1 || result == total);
+}
+
 // ---- Pictures ----------------------------------------------------------------------------------
 
 struct Request {
@@ -373,6 +390,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const auto arrays = std::make_unique<Arrays>(input.take<Arrays>());
   const Request request = take_request(input);
   write_block(file, *arrays, request.dim[CELUMBRANT_DIM_ORIENTATION]);
+  write_block_of_any_sizes(*arrays, input.take<std::array<std::int8_t, 8>>());
   save(file, request, *arrays);
   return 0;
 }
