@@ -44,12 +44,13 @@ void add_to_any(const Bytes& block, std::string_view keyword) {
   EXPECT(view(out) == expected);
 }
 
-// Keywords of any bytes but the mark of a data set, one after the other.
+// Keywords one after the other, of any bytes but those that a keyword's data set begins with: a length
+// of 28 and such bytes behind it look like another.
 void add_to_own(std::string_view text) {
   Bytes block;
   std::string expected("\x1C\2\0\0\2\0\2"sv);
   for (int i = 0; i < 8 && !text.empty(); ++i) {
-    const std::string_view keyword = text.substr(0, text.find_first_of("\x1C,"));
+    const std::string_view keyword = text.substr(0, text.find_first_of("\x1C\2\31,"));
     text.remove_prefix(std::min(keyword.size() + 1, text.size()));
     if (keyword.empty() || keyword.size() > 32767) continue;
     int position = 0;

@@ -202,6 +202,7 @@ def seeds():
     yield 'iptc', 'keyword_behind_keyword', struct.pack('<H', 3) + b'sea' + IPTC
     yield 'iptc', 'new_block', struct.pack('<H', 8) + b'harbours'
     yield 'iptc', 'empty_keyword', struct.pack('<H', 0) + IPTC
+    yield 'iptc', 'length_like_a_mark', struct.pack('<H', 28) + b'\2\x19'.ljust(28, b'k') + b'\2\x19'.ljust(28, b'k') + b',next'
     yield 'iptc', 'cut_off', struct.pack('<H', 3) + b'sea' + IPTC[:-3]
     icc = profile(b'Adobe RGB (1998)')
     for tag, length in ((34675, 300), (274, 0), (256, -1)):
