@@ -32,15 +32,25 @@ need_packages() {
     fail "apt-get could not install: ${missing[*]}"
 }
 
-# Configures and builds a preset; what the tools say is shown only when they fail.
-build_preset() {
-  local log
+# What every build with tests needs, and the readers and writers that the tests compare with.
+need_test_packages() {
+  need_packages g++ cmake ninja-build libgtest-dev locales
+  need_packages exiv2 imagemagick libimage-exiftool-perl libtiff-tools python3 python3-pil \
+    python3-tifffile
+}
+
+# Runs a command; what it says is shown only when it fails.
+run_quietly() {
+  local log status=0
   log=$(mktemp)
-  echo "$script: building preset $1"
-  if ! { cmake --preset "$1" && cmake --build --preset "$1"; } >"$log" 2>&1; then
-    cat "$log" >&2
-    rm -f "$log"
-    fail "preset $1 does not build"
-  fi
+  "$@" >"$log" 2>&1 || status=$?
+  [ $status = 0 ] || cat "$log" >&2
   rm -f "$log"
+  return $status
+}
+
+build_preset() {
+  echo "$script: building preset $1"
+  run_quietly cmake --preset "$1" && run_quietly cmake --build --preset "$1" ||
+    fail "preset $1 does not build"
 }
