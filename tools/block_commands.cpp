@@ -2,6 +2,7 @@
 //
 // The commands for single services: EXIF blocks, keywords, profiles, tags, HDR range, date and time.
 
+#include <cerrno>
 #include <cmath>
 #include <cstdio>
 #include <ctime>
@@ -28,7 +29,8 @@ struct BlockOptions {
   Destination destination;
   std::string jpeg;
   std::string profile;
-  std::vector<std::string> words;
+  std::string keyword;
+  std::vector<std::string> more_keywords;
   int tag = 0;
   std::string date_time;
   std::string reference;
@@ -36,7 +38,6 @@ struct BlockOptions {
 
 int print_line(const std::string& line) {
   std::printf("%s\n", line.c_str());
-  flush_standard_output();
   return kDone;
 }
 
@@ -65,7 +66,9 @@ int write_exif_block(const BlockOptions& options) {
 }
 
 int write_keywords(const BlockOptions& options) {
-  write_file(options.destination, with_keywords(read_photo(options.file), options.words));
+  std::vector<std::string> keywords = {options.keyword};
+  keywords.insert(keywords.end(), options.more_keywords.begin(), options.more_keywords.end());
+  write_file(options.destination, with_keywords(read_photo(options.file), keywords));
   return kDone;
 }
 
@@ -88,27 +91,20 @@ int name_profile(const BlockOptions& options) {
   return print_line(printable(name));
 }
 
-void update_profile(const std::string& tiff, const std::string& profile,
-                    const std::string& reported) {
-  const int length = length_of(profile);
-  const int result = update_tif_profile(length, bytes_of(profile), tiff.c_str());
-  if (result == 0) throw Failure(reported, "is no little-endian TIFF file with a profile");
-  if (result != length) throw Failure(reported, "cannot be written; it has its old profile");
-}
-
-// In place, the old profile holds until the new one is there whole.
+// The whole file is written anew: a failure leaves the old one as it was.
 int replace_profile(const BlockOptions& options) {
   const std::string profile = read_profile(options.profile);
-  if (options.destination.file.empty()) {
-    open_file(options.file);
-    update_profile(options.file, profile, options.file);
-    return kDone;
-  }
-  OutputFile output(options.destination);
+  const bool in_place = options.destination.file.empty();
+  OutputFile output(in_place ? Destination{options.file, true} : options.destination);
+  const std::string& copy = output.temporary();
   std::error_code error;
-  fs::copy_file(options.file, output.temporary(), fs::copy_options::overwrite_existing, error);
+  fs::copy_file(options.file, copy, fs::copy_options::overwrite_existing, error);
+  if (!error) fs::permissions(copy, fs::perms::owner_write, fs::perm_options::add, error);
   if (error) throw Failure(options.file, error.message());
-  update_profile(output.temporary(), profile, options.file);
+  const int length = length_of(profile);
+  const int result = update_tif_profile(length, bytes_of(profile), copy.c_str());
+  if (result == 0) throw Failure(options.file, "is no little-endian TIFF file with a profile");
+  if (result != length) throw Failure(output.name(), "cannot be written whole; is the disk full?");
   output.keep();
   return kDone;
 }
@@ -134,8 +130,9 @@ std::time_t reference_time(const std::string& text) {
   fields.tm_isdst = -1;
   if (!stream.fail() && (stream >> std::ws).eof()) return std::mktime(&fields);
   char* end = nullptr;
+  errno = 0;
   const long long seconds = std::strtoll(text.c_str(), &end, 10);
-  if (end == text.c_str() || *end != '\0')
+  if (end == text.c_str() || *end != '\0' || errno != 0)
     throw UsageError("\"" + text + "\" is neither YYYY:MM:DD HH:MM:SS nor seconds since the epoch");
   return static_cast<std::time_t>(seconds);
 }
@@ -150,12 +147,6 @@ int count_seconds(const BlockOptions& options) {
 }
 
 using Options = std::shared_ptr<BlockOptions>;
-using Action = int (*)(const BlockOptions&);
-
-void call(CLI::App& subcommand, const Options& options, Command& command, Action action) {
-  subcommand.callback(
-      [options, &command, action] { command = [options, action] { return action(*options); }; });
-}
 
 void add_exif_block(CLI::App& app, const Options& options, Command& command) {
   CLI::App* const block =
@@ -166,18 +157,20 @@ void add_exif_block(CLI::App& app, const Options& options, Command& command) {
       ->required();
   block->add_option("--jpeg", options->jpeg, "Write a copy of this JPEG file with the block in it")
       ->type_name("IN.jpg");
-  call(*block, options, command, write_exif_block);
+  call_with(*block, options, command, write_exif_block);
 }
 
 void add_keyword(CLI::App& app, const Options& options, Command& command) {
   CLI::App* const keyword =
       add_command(app, "keyword", "Write a photograph's IPTC block with more keywords",
-                  "keyword photo.jpg harbour evening -o photo.iptc");
+                  "keyword photo.jpg harbour --keyword dusk -o photo.iptc");
   keyword->add_option("PHOTO", options->file, "JPEG, TIFF or PSD; it is not changed")->required();
-  keyword->add_option("WORD", options->words, "Keywords of 1 to 64 bytes")->required();
+  keyword->add_option("WORD", options->keyword, "A keyword of 1 to 64 bytes")->required();
+  add_repeated(*keyword, "--keyword", options->more_keywords, "Add this one as well")
+      ->type_name("WORD");
   add_destination(*keyword, options->destination, "The file to write; - for standard output")
       ->required();
-  call(*keyword, options, command, write_keywords);
+  call_with(*keyword, options, command, write_keywords);
 }
 
 void add_profile(CLI::App& app, const Options& options, Command& command) {
@@ -187,7 +180,7 @@ void add_profile(CLI::App& app, const Options& options, Command& command) {
   CLI::App* const name = add_command(*profile, "name", "Show the short name of an ICC profile",
                                      "profile name AdobeRGB.icc");
   name->add_option("FILE", options->file, "The ICC profile")->required();
-  call(*name, options, command, name_profile);
+  call_with(*name, options, command, name_profile);
 
   CLI::App* const replace =
       add_command(*profile, "replace", "Give a little-endian TIFF file another ICC profile",
@@ -196,7 +189,7 @@ void add_profile(CLI::App& app, const Options& options, Command& command) {
       ->required();
   replace->add_option("FILE.icc", options->profile, "The new ICC profile")->required();
   add_destination(*replace, options->destination, "Write a changed copy here instead");
-  call(*replace, options, command, replace_profile);
+  call_with(*replace, options, command, replace_profile);
 }
 
 void add_tag(CLI::App& app, const Options& options, Command& command) {
@@ -206,14 +199,14 @@ void add_tag(CLI::App& app, const Options& options, Command& command) {
   tag->add_option("NUMBER", options->tag, "The tag, such as 34675 or 0x8773")
       ->required()
       ->check(CLI::Range(0, 65535).description(""));
-  call(*tag, options, command, find_tag);
+  call_with(*tag, options, command, find_tag);
 }
 
 void add_range(CLI::App& app, const Options& options, Command& command) {
   CLI::App* const range = add_command(
       app, "range", "Measure the brightness range of an HDR picture", "range scene.hdr");
   range->add_option("FILE.hdr", options->file, "Radiance HDR picture")->required();
-  call(*range, options, command, measure_range);
+  call_with(*range, options, command, measure_range);
 }
 
 void add_seconds(CLI::App& app, const Options& options, Command& command) {
@@ -225,7 +218,7 @@ void add_seconds(CLI::App& app, const Options& options, Command& command) {
       ->add_option("--ref", options->reference,
                    "The other time, likewise or in seconds since the epoch; else now")
       ->type_name("TIME");
-  call(*seconds, options, command, count_seconds);
+  call_with(*seconds, options, command, count_seconds);
 }
 
 }  // namespace

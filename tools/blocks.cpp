@@ -2,6 +2,8 @@
 
 #include "blocks.h"
 
+#include <string_view>
+
 #include "errors.h"
 #include "files.h"
 #include "text.h"
@@ -9,18 +11,37 @@
 namespace celumbrant_meta {
 namespace {
 
-constexpr std::size_t kKeywordBytes = 64;   // IPTC allows no more
-constexpr std::size_t kNewBlockBytes = 12;  // in front of the keyword of a new block
-constexpr std::size_t kDataSetBytes = 5;    // in front of one more
+using std::string_view_literals::operator""sv;
+
+constexpr std::size_t kKeywordBytes = 64;  // IPTC allows no more
+constexpr std::size_t kDataSetBytes = 5;   // in front of a keyword
+
+// Data sets 1:90, which says that text is UTF-8, and 2:00, the version, of a new block.
+constexpr std::string_view kUtf8Mark = "\x1C\x01\x5A\0\3\x1B%G"sv;
+constexpr std::string_view kVersion = "\x1C\2\0\0\2\0\4"sv;
+
+[[noreturn]] void fail_damaged(const std::string& file) {
+  throw Failure(file, "has a damaged IPTC block; no keyword can be added to it");
+}
+
+// Without the mark, texts of a block are mostly Latin-1.
+std::string in_character_set(const std::string& block, const std::string& keyword) {
+  if (block.find(kUtf8Mark) != std::string::npos) return keyword;
+  const std::optional<std::string> latin1 = latin1_of(keyword);
+  if (latin1) return *latin1;
+  throw UsageError("the photograph's IPTC block has no room for the characters of \"" + keyword +
+                   "\": it is not in UTF-8");
+}
 
 std::string with_keyword(const std::string& block, const std::string& keyword,
                          const std::string& file) {
-  std::string longer(
-      (block.empty() ? kNewBlockBytes : block.size() + kDataSetBytes) + keyword.size(), '\0');
+  if (keyword.empty() || keyword.size() > kKeywordBytes)
+    throw UsageError("a keyword has 1 to 64 bytes: \"" + keyword + "\"");
+  std::string longer(block.size() + kDataSetBytes + keyword.size(), '\0');
   const int position =
       add_iptc_keyword(length_of(block), bytes_of(block), length_of(keyword), keyword.data(),
                        reinterpret_cast<unsigned char*>(longer.data()));
-  if (position < 0) throw Failure(file, "has a damaged IPTC block; no keyword can be added to it");
+  if (position < 0) fail_damaged(file);
   return longer;
 }
 
@@ -50,11 +71,12 @@ std::string profile_name(const std::string& profile) {
 }
 
 std::string with_keywords(const Photo& photo, const std::vector<std::string>& keywords) {
+  const std::optional<std::string> own = iptc_of(photo);
+  if (keywords.empty()) return own.value_or("");
+  if (!own) fail_damaged(photo.file);
+  std::string block = own->empty() ? std::string(kUtf8Mark) + std::string(kVersion) : *own;
   for (const std::string& keyword : keywords)
-    if (keyword.empty() || keyword.size() > kKeywordBytes)
-      throw UsageError("a keyword has 1 to 64 bytes: \"" + keyword + "\"");
-  std::string block = iptc_of(photo);
-  for (const std::string& keyword : keywords) block = with_keyword(block, keyword, photo.file);
+    block = with_keyword(block, in_character_set(block, utf8_of(keyword)), photo.file);
   return block;
 }
 

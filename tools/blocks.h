@@ -17,12 +17,13 @@ const unsigned char* bytes_of(const std::string& block);
 // A profile that a result picture can have; a Failure tells why another cannot be put into one.
 std::string read_profile(const std::string& file);
 
-// The short name of a profile, or that it has none.
+// The short name of a profile; empty when it has none.
 std::string profile_name(const std::string& profile);
 
-// The photograph's IPTC block, or a new one, with keywords behind those that it has. Without keywords
-// it is the photograph's as it is. A UsageError for a word that IPTC does not take; a Failure for a
-// block that is damaged.
+// The photograph's IPTC block, or a new one, with keywords (UTF-8) behind those that it has. They are
+// written in the block's character set. Without keywords the block is the photograph's as it is, or
+// empty when it is damaged. A UsageError for a word that IPTC does not take; a Failure for a damaged
+// block that keywords should go into.
 std::string with_keywords(const Photo& photo, const std::vector<std::string>& keywords);
 
 }  // namespace celumbrant_meta

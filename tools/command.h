@@ -7,6 +7,7 @@
 
 #include <CLI/CLI.hpp>
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -32,6 +33,14 @@ void add_blocks(CLI::App& app, Command& command);
 // A command with a line that says what it does and an example.
 CLI::App* add_command(CLI::App& parent, const std::string& name, const std::string& description,
                       const std::string& example);
+
+// When the command is the one on the command line, the action is called with its options.
+template <class Options>
+void call_with(CLI::App& subcommand, const std::shared_ptr<Options>& options, Command& command,
+               int (*action)(const Options&)) {
+  subcommand.callback(
+      [options, &command, action] { command = [options, action] { return action(*options); }; });
+}
 
 // An option that takes one word and may be repeated.
 CLI::Option* add_repeated(CLI::App& command, const std::string& name,

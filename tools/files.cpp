@@ -2,8 +2,12 @@
 
 #include "files.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
+#include <climits>
+#include <csignal>
 #include <cstring>
 #include <filesystem>
 #include <random>
@@ -47,15 +51,35 @@ void refuse_to_replace(const Destination& destination) {
   if (!fs::is_regular_file(status)) throw Failure(destination.file, "is not a regular file");
 }
 
-// Makes an empty file beside the target, where a rename cannot cross file systems.
-std::string create_beside(const std::string& target, const std::string& reported) {
+// Makes an empty file in a folder: that of the target, since a rename cannot cross file systems.
+std::string create_in(const fs::path& folder, const std::string& reported) {
   std::random_device random;
   for (int attempt = 0; attempt < 100; ++attempt) {
-    const std::string name = target + "." + std::to_string(random() % 1000000) + ".part";
+    const std::string number = std::to_string(random() % 100000000);
+    const std::string name =
+        (folder / ("." + std::string(kProgram) + "-" + number + ".part")).string();
     if (const File file{std::fopen(name.c_str(), "wbx")}) return name;
     if (errno != EEXIST) break;
   }
   fail(reported);
+}
+
+// The temporary file that there is, for the signal handler: there is never more than one.
+char file_to_remove[PATH_MAX];
+
+void remember_temporary_file(const std::string& name) {
+  if (name.size() < sizeof file_to_remove)
+    std::memcpy(file_to_remove, name.c_str(), name.size() + 1);
+}
+
+void forget_temporary_file() {
+  file_to_remove[0] = '\0';
+}
+
+extern "C" void remove_and_stop(int signal) {
+  if (file_to_remove[0] != '\0') unlink(file_to_remove);
+  std::signal(signal, SIG_DFL);
+  std::raise(signal);
 }
 
 void copy_to_standard_output(const std::string& name) {
@@ -93,26 +117,32 @@ int length_of(const std::string& bytes) {
   return static_cast<int>(bytes.size());
 }
 
-OutputFile::OutputFile(const Destination& destination) : target_(destination.file) {
+OutputFile::OutputFile(const Destination& destination)
+    : name_(destination.file), target_(destination.file) {
+  std::error_code error;
   if (to_standard_output()) {
-    temporary_ = create_beside((fs::temp_directory_path() / kProgram).string(), "standard output");
-    return;
+    const fs::path folder = fs::temp_directory_path(error);
+    if (error) throw Failure("standard output", "there is no folder for temporary files");
+    temporary_ = create_in(folder, "standard output");
+  } else {
+    refuse_to_replace(destination);
+    // A link to a file stays, and that file is replaced.
+    if (fs::exists(target_, error)) target_ = fs::canonical(target_).string();
+    temporary_ = create_in(fs::path(target_).parent_path(), name_);
   }
-  refuse_to_replace(destination);
-  // A link stays, and the file that it leads to is replaced.
-  if (std::error_code error; fs::exists(target_, error)) target_ = fs::canonical(target_).string();
-  temporary_ = create_beside(target_, target_);
+  remember_temporary_file(temporary_);
 }
 
 OutputFile::~OutputFile() {
   if (!temporary_.empty()) std::remove(temporary_.c_str());
+  forget_temporary_file();
 }
 
 void OutputFile::write(const std::string& bytes) const {
   File file(std::fopen(temporary_.c_str(), "wb"));
-  if (file == nullptr) fail(target_);
+  if (file == nullptr) fail(name_);
   const std::size_t written = std::fwrite(bytes.data(), 1, bytes.size(), file.get());
-  if (std::fclose(file.release()) != 0 || written != bytes.size()) fail(target_);
+  if (std::fclose(file.release()) != 0 || written != bytes.size()) fail(name_);
 }
 
 void OutputFile::keep() {
@@ -123,8 +153,14 @@ void OutputFile::keep() {
   std::error_code error;
   if (fs::exists(target_, error)) fs::permissions(temporary_, fs::status(target_).permissions());
   fs::rename(temporary_, target_, error);
-  if (error) throw Failure(target_, error.message());
+  if (error) throw Failure(name_, error.message());
   temporary_.clear();
+}
+
+void remove_temporary_file_when_stopped() {
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) std::signal(signal, remove_and_stop);
+  // A file that may not grow further is an error of its write.
+  std::signal(SIGXFSZ, SIG_IGN);
 }
 
 void write_file(const Destination& destination, const std::string& bytes) {

@@ -46,6 +46,9 @@ class OutputFile {
   OutputFile& operator=(const OutputFile&) = delete;
   ~OutputFile();
 
+  // The name as it was given.
+  const std::string& name() const { return name_; }
+
   // The temporary name; the file exists and is empty.
   const std::string& temporary() const { return temporary_; }
 
@@ -53,11 +56,15 @@ class OutputFile {
   void keep();
 
  private:
-  bool to_standard_output() const { return target_ == "-"; }
+  bool to_standard_output() const { return name_ == "-"; }
 
-  std::string target_;
+  std::string name_;    // as it was given
+  std::string target_;  // the file that a link leads to
   std::string temporary_;
 };
+
+// The process may be told to stop while a temporary file is there: from now on that removes it.
+void remove_temporary_file_when_stopped();
 
 // All at once, for what is in memory.
 void write_file(const Destination& destination, const std::string& bytes);

@@ -10,8 +10,9 @@
 
 namespace celumbrant_meta {
 
-// A copy of a JPEG file with the EXIF block in the place of the one that it has, or in front of its
-// first segment that is not APP0; nothing else changes. Nothing when it is no whole JPEG file.
+// A copy of a JPEG file with the EXIF block in front of its first segment that is not APP0, and
+// without the blocks that it has; the other segments, the scan and all behind it stay as they are.
+// Nothing when it is no JPEG file whose segments can be followed to the scan.
 std::optional<std::string> with_exif_block(const std::string& jpeg, const std::string& block);
 
 }  // namespace celumbrant_meta

@@ -4,8 +4,11 @@
 
 #include <CelumbrantMetaLib.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <exception>
+#include <iostream>
+#include <new>
 
 #include "command.h"
 #include "files.h"
@@ -45,7 +48,6 @@ void add_pages(CLI::App& app, Command& command) {
   const auto print = [&app, &command](std::string (*page)(const CLI::App&)) {
     command = [&app, page] {
       std::fputs(page(app).c_str(), stdout);
-      flush_standard_output();
       return kDone;
     };
   };
@@ -56,6 +58,15 @@ void add_pages(CLI::App& app, Command& command) {
 std::string version() {
   return format("%s %d.%d.%d", kProgram, CELUMBRANT_META_VERSION_MAJOR,
                 CELUMBRANT_META_VERSION_MINOR, CELUMBRANT_META_VERSION_PATCH);
+}
+
+// The arguments, the last first, as they are parsed. A name in brackets would be taken for a list.
+std::vector<std::string> arguments_of(int argc, char** argv) {
+  std::vector<std::string> arguments(argv + 1, argv + argc);
+  for (std::string& argument : arguments)
+    if (argument.starts_with('[') && arguments.front() == "show") argument.insert(0, "./");
+  std::reverse(arguments.begin(), arguments.end());
+  return arguments;
 }
 
 int run(int argc, char** argv) {
@@ -71,15 +82,20 @@ int run(int argc, char** argv) {
   add_blocks(app, command);
   add_pages(app, command);
   try {
-    app.parse(argc, argv);
+    app.parse(arguments_of(argc, argv));
     if (!command) throw UsageError("no command is given; --help lists them");
-    return command();
+    const int exit_code = command();
+    flush_standard_output();
+    return exit_code;
   } catch (const CLI::Success& help_or_version) {
-    return app.exit(help_or_version);
+    app.exit(help_or_version);
+    return std::cout.flush() ? kDone : report("standard output: cannot be written", kFailed);
   } catch (const CLI::ParseError& error) {
     return report(error.what(), kWrongUsage);
   } catch (const UsageError& error) {
     return report(error.what(), kWrongUsage);
+  } catch (const std::bad_alloc&) {
+    return report("there is not enough memory", kFailed);
   } catch (const std::exception& error) {
     return report(error.what(), kFailed);
   }
@@ -89,5 +105,6 @@ int run(int argc, char** argv) {
 }  // namespace celumbrant_meta
 
 int main(int argc, char** argv) {
+  celumbrant_meta::remove_temporary_file_when_stopped();
   return celumbrant_meta::run(argc, argv);
 }

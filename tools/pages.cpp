@@ -120,7 +120,7 @@ std::string bash_completion(const CLI::App& app) {
       "  [[ $current == -* ]] || mapfile -t -O \"${#COMPREPLY[@]}\" COMPREPLY < <(compgen -f -- "
       "\"$current\")\n"
       "}\n"
-      "complete -o filenames -F _celumbrant_meta " +
+      "complete -o filenames -o bashdefault -o default -F _celumbrant_meta " +
       std::string(kProgram) + "\n";
   return text;
 }

@@ -45,9 +45,22 @@ bool fits(const Photo& photo, int length, int offset) {
   return !error && length > 0 && offset >= 0 && static_cast<std::uintmax_t>(length) < size;
 }
 
+// In a result picture the lens stands in the packet with the settings.
+void take_lens_of_packet(Photo& photo) {
+  auto* const lens = reinterpret_cast<char*>(photo.record.lens);
+  const std::string packet = *lens == '\0' ? xmp_of(photo) : std::string();
+  if (packet.empty()) return;
+  get_settings_from_xmp(CBTM_QUERY_LENS, length_of(packet), packet.data(), lens, nullptr);
+}
+
 }  // namespace
 
 std::optional<ImageFormat> format_of(const std::string& file) {
+  // The file is opened again for each thing that is read of it: a pipe cannot be.
+  std::error_code error;
+  const auto status = std::filesystem::status(file, error);
+  if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status))
+    throw Failure(file, "is not a regular file");
   const std::string beginning = read_beginning(file, 4);
   for (const Signature& signature : kSignatures)
     if (beginning.starts_with(signature.bytes)) return signature.format;
@@ -66,6 +79,7 @@ Photo read_photo(const std::string& file, const ImageFormat& format) {
   for (const ReadError& error : kReadErrors)
     if (error.image_type == format.image_type && error.result == result)
       throw Failure(file, error.reason);
+  take_lens_of_packet(photo);
   metadataBufFromExifInfo(&photo.record, photo.exif.data(), photo.gps.data());
   return photo;
 }
@@ -78,13 +92,15 @@ ExifSizes measure_exif(const Photo& photo) {
   return sizes;
 }
 
-std::string iptc_of(const Photo& photo) {
+std::optional<std::string> iptc_of(const Photo& photo) {
   const int length = photo.record.iptc_len;
   const int offset = photo.record.iptc_offset;
-  if (!fits(photo, length, offset)) return {};
+  if (length == 0) return std::string();
+  if (!fits(photo, length, offset)) return std::nullopt;
   std::string block(static_cast<std::size_t>(length), '\0');
   auto* const bytes = reinterpret_cast<unsigned char*>(block.data());
-  return read_iptc(photo.file.c_str(), length, offset, bytes) == length ? block : std::string();
+  if (read_iptc(photo.file.c_str(), length, offset, bytes) != length) return std::nullopt;
+  return block;
 }
 
 std::string xmp_of(const Photo& photo) {

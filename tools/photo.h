@@ -49,9 +49,11 @@ struct ExifSizes {
 };
 ExifSizes measure_exif(const Photo& photo);
 
-// The IPTC block and the XMP packet, empty when there is none or it does not lie in the file. Behind
-// the packet stands the NUL that the settings functions ask for.
-std::string iptc_of(const Photo& photo);
+// The IPTC block, empty when there is none; nothing when what the file says of it is wrong.
+std::optional<std::string> iptc_of(const Photo& photo);
+
+// The XMP packet with the NUL behind it that the settings functions ask for; empty when there is none
+// in the file.
 std::string xmp_of(const Photo& photo);
 
 // The keywords of an IPTC block, as their bytes are.

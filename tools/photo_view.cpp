@@ -26,7 +26,6 @@ struct Facts {
   std::optional<Position> latitude, longitude;
   std::optional<double> altitude;
   std::string gps_date, gps_time;
-  std::string iptc;
   std::vector<std::string> keywords;
   int method = CBTM_NO_METHOD;
 };
@@ -106,8 +105,7 @@ Facts facts_of(const Photo& photo) {
   if (facts.altitude && record.alt_ref == 1) *facts.altitude = -*facts.altitude;
   facts.gps_date = printable(text_of(record.gps_datestamp, sizeof record.gps_datestamp));
   facts.gps_time = gps_time(record.gps_timestamp);
-  facts.iptc = iptc_of(photo);
-  for (const std::string& keyword : keywords_of(facts.iptc))
+  for (const std::string& keyword : keywords_of(iptc_of(photo).value_or("")))
     facts.keywords.push_back(printable(keyword));
   facts.method = method_in(photo);
   return facts;
@@ -205,7 +203,7 @@ void add_exposure(Table& table, const Facts& facts) {
 Json json_of(const Photo& photo) {
   const Facts facts = facts_of(photo);
   const ExifInfo2& record = photo.record;
-  Json object{{"file", printable(photo.file)}, {"format", photo.format.name}};
+  Json object{{"file", utf8_of(photo.file)}, {"format", photo.format.name}};
   put(object, "make", facts.make);
   put(object, "model", facts.model);
   put(object, "lens", facts.lens);

@@ -27,7 +27,7 @@ using Decoded = std::unique_ptr<Sample, FreePixels>;
 
 // A file in memory as the decoder reads it. The decoder takes what lies behind the end for zeros, on
 // which it may run for ever or hand out a picture that is only half there: so it gets line feeds,
-// on which every format's loops end, and that it asked for them is remembered.
+// with which its loops get on to an end, and that it asked for them is remembered.
 struct Reading {
   std::string_view bytes;
   std::size_t at = 0;
@@ -64,16 +64,35 @@ int at_end(void* user) {
 
 constexpr stbi_io_callbacks kReadFromMemory = {read_some, skip_some, at_end};
 
+std::string reason_of_failure() {
+  const char* const reason = stbi_failure_reason();
+  return reason == nullptr ? "it is damaged" : reason;
+}
+
+// Memory is taken by what the header says: a few bytes cannot promise a huge picture. What packs most
+// is a PNG of one bit a pixel, whose 8 pixels a byte are packed by 1032 at most.
+void check_promise(const std::string& file, const std::string& bytes) {
+  constexpr double kMostPixelsInByte = 8 * 1032;
+  int width = 0;
+  int height = 0;
+  int samples = 0;
+  const auto* const data = reinterpret_cast<const stbi_uc*>(bytes.data());
+  if (stbi_info_from_memory(data, length_of(bytes), &width, &height, &samples) == 0)
+    throw Failure(file, "cannot be decoded: " + reason_of_failure());
+  if (static_cast<double>(width) * height > kMostPixelsInByte * static_cast<double>(bytes.size()))
+    throw Failure(file, "cannot be decoded: it is too short for its size in pixels");
+}
+
 // Decodes with one of the decoder's functions, such as stbi_load_from_callbacks.
 template <class Sample, class Load>
 std::vector<Sample> decode(const std::string& file, const std::string& bytes, Load load,
                            Picture& picture) {
+  check_promise(file, bytes);
   Reading reading{bytes};
   const Decoded<Sample> pixels(load(&kReadFromMemory, &reading, &picture.width, &picture.height,
                                     &picture.samples_per_pixel, 0));
   if (reading.past_end) throw Failure(file, "ends before the picture does");
-  if (pixels == nullptr)
-    throw Failure(file, std::string("cannot be decoded: ") + stbi_failure_reason());
+  if (pixels == nullptr) throw Failure(file, "cannot be decoded: " + reason_of_failure());
   const std::size_t count = static_cast<std::size_t>(picture.width) *
                             static_cast<std::size_t>(picture.height) *
                             static_cast<std::size_t>(picture.samples_per_pixel);
@@ -277,15 +296,17 @@ SharedExponentPicture read_shared_exponent(const std::string& file) {
                              std::vector<unsigned char>(4 * width * height)};
   for (std::size_t pixel = 0; pixel < width * height; ++pixel) {
     const float* const rgb = samples->data() + pixel * in_pixel;
-    // The decoder gave mantissa * 2^(exponent - 136); the largest mantissa has its high bit set.
+    // The decoder gave mantissa * 2^(exponent - 136). The largest mantissa has its high bit set
+    // again, unless the exponent is the smallest that there is.
     const float largest = std::max({rgb[0], rgb[1], rgb[2]});
     if (largest <= 0.0f) continue;
-    int exponent = 0;
-    std::frexp(largest, &exponent);
+    int power = 0;
+    std::frexp(largest, &power);
+    const int exponent = std::max(power + 128, 1);
     unsigned char* const at = rgbe.planes.data() + pixel / width * 4 * width + pixel % width;
     for (std::size_t i = 0; i < 3; ++i)
-      at[i * width] = static_cast<unsigned char>(std::ldexp(rgb[i], 8 - exponent));
-    at[3 * width] = static_cast<unsigned char>(exponent + 128);
+      at[i * width] = static_cast<unsigned char>(std::ldexp(rgb[i], 136 - exponent));
+    at[3 * width] = static_cast<unsigned char>(exponent);
   }
   return rgbe;
 }

@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <string_view>
 #include <utility>
 
 #include "blocks.h"
@@ -50,9 +51,18 @@ std::optional<Settings> chosen_settings(const SaveOptions& options) {
   return settings;
 }
 
+std::string read_packet(const std::string& file) {
+  constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+  std::string packet = read_file(file);
+  if (packet.starts_with(kByteOrderMark)) packet.erase(0, kByteOrderMark.size());
+  packet.erase(packet.find_last_not_of('\0') + 1);
+  if (packet.find("<rdf:RDF") == std::string::npos) throw Failure(file, "is no XMP packet");
+  return packet;
+}
+
 std::string chosen_packet(const SaveOptions& options, const std::optional<Settings>& settings) {
   if (options.xmp_file.empty()) return {};
-  std::string packet = read_file(options.xmp_file);
+  std::string packet = read_packet(options.xmp_file);
   if (!settings) return packet;
   return packet_with(*settings, std::move(packet), options.xmp_file);
 }
@@ -120,12 +130,19 @@ std::string describe(const SaveOptions& options, const Result& result) {
   const std::string model = text_of(result.photo.record.model, CELUMBRANT_MODEL_BYTES);
   lines.push_back("metadata of " + printable(options.photo) +
                   (model.empty() ? "" : " (" + printable(model) + ")"));
-  if (!result.profile.empty())
-    lines.push_back("profile \"" + printable(profile_name(result.profile)) + "\"");
+  if (!result.profile.empty()) {
+    const std::string name = printable(profile_name(result.profile));
+    lines.push_back(name.empty() ? "a profile without a name" : "profile \"" + name + "\"");
+  }
   const std::vector<std::string> keywords = keywords_of(result.iptc);
   if (!keywords.empty()) lines.push_back("keywords " + printable(joined(keywords, ", ")));
   if (result.settings) lines.push_back("settings of " + method_name(result.settings->method));
   if (!result.xmp.empty()) lines.push_back("the packet of " + printable(options.xmp_file));
+  const ExifInfo2& record = result.photo.record;
+  if (record.iptc_len != 0 && result.iptc.empty())
+    lines.push_back("left out: the photograph's IPTC block, which is damaged");
+  if (record.embeddedXmp_len > 0)
+    lines.push_back("left out: the photograph's XMP packet (--xmp adds one)");
   return printable(options.destination.file) + ": " + joined(lines, "\n  ") + "\n";
 }
 

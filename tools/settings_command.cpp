@@ -46,13 +46,11 @@ void print_settings(const Settings& settings, bool json) {
 
 int show_defaults(const SettingsOptions& options) {
   print_settings(default_settings(method_of(options.method)), options.json);
-  flush_standard_output();
   return kDone;
 }
 
 int show_settings(const SettingsOptions& options) {
   print_settings(settings_in(options.file), options.json);
-  flush_standard_output();
   return kDone;
 }
 
@@ -85,17 +83,7 @@ int count_settings(const SettingsOptions& options) {
   const int count =
       packet.empty() ? 0 : cbsettings_occurences_in_xmp(length_of(packet), packet.data());
   std::printf("%d\n", count);
-  flush_standard_output();
   return kDone;
-}
-
-// What a command calls when it is the one on the command line.
-using Action = int (*)(const SettingsOptions&);
-
-void call(CLI::App& subcommand, const std::shared_ptr<SettingsOptions>& options, Command& command,
-          Action action) {
-  subcommand.callback(
-      [options, &command, action] { command = [options, action] { return action(*options); }; });
 }
 
 void add_method(CLI::App& command, SettingsOptions& options) {
@@ -130,13 +118,13 @@ void add_settings(CLI::App& app, Command& command) {
                                          "settings defaults 3 --json");
   add_method(*defaults, *options);
   add_json(*defaults, *options);
-  call(*defaults, options, command, show_defaults);
+  call_with(*defaults, options, command, show_defaults);
 
   CLI::App* const show = add_command(*settings, "show", "Show the settings that a file carries",
                                      "settings show result.tif");
   add_file(*show, *options, kCarriers);
   add_json(*show, *options);
-  call(*show, options, command, show_settings);
+  call_with(*show, options, command, show_settings);
 
   CLI::App* const write =
       add_command(*settings, "write", "Write a settings file",
@@ -145,7 +133,7 @@ void add_settings(CLI::App& app, Command& command) {
   add_destination(*write, options->destination, "The settings file; - for standard output")
       ->required();
   add_set(*write, *options);
-  call(*write, options, command, write_settings);
+  call_with(*write, options, command, write_settings);
 
   CLI::App* const insert =
       add_command(*settings, "insert", "Insert settings into an XMP packet that exists",
@@ -154,12 +142,12 @@ void add_settings(CLI::App& app, Command& command) {
   add_method(*insert, *options);
   add_destination(*insert, options->destination, "Write the changed packet here instead");
   add_set(*insert, *options);
-  call(*insert, options, command, insert_settings);
+  call_with(*insert, options, command, insert_settings);
 
   CLI::App* const count =
       add_command(*settings, "count", "Count the settings in a packet", "settings count photo.xmp");
   add_file(*count, *options, kCarriers);
-  call(*count, options, command, count_settings);
+  call_with(*count, options, command, count_settings);
 }
 
 }  // namespace celumbrant_meta

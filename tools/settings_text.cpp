@@ -6,8 +6,10 @@
 #include <cctype>
 #include <charconv>
 #include <cmath>
+#include <limits>
 #include <optional>
 #include <string_view>
+#include <utility>
 
 #include "errors.h"
 #include "files.h"
@@ -82,22 +84,24 @@ std::optional<Number> number_in(std::string_view text) {
   return number;
 }
 
-// A number as the packet keeps it: nearer than one unit of its last decimal.
-bool same_number(std::string_view given, std::string_view kept) {
+// Whether a number or word arrived. A packet keeps numbers to one unit of their last decimal, and
+// the vector to what a float holds.
+bool same_item(std::string_view given, std::string_view kept) {
   const std::optional<double> a = number_in<double>(given);
   const std::optional<double> b = number_in<double>(kept);
-  if (!a || !b) return false;
+  if (!a || !b) return !a && !b && given == kept;
   const std::size_t point = kept.find('.');
   const auto decimals = static_cast<int>(point == kept.npos ? 0 : kept.size() - point - 1);
-  return std::abs(*a - *b) <= std::pow(10.0, -decimals);
+  constexpr double kFloatStep = std::numeric_limits<float>::epsilon();
+  const double unit = std::pow(10.0, -decimals) + std::abs(*a) * kFloatStep;
+  return std::isfinite(*a) && std::abs(*a - *b) <= unit;
 }
 
-// Whether what was given arrived: the same text, or numbers, alone or in lists, that are the same.
+// The same for lists with commas.
 bool same_value(std::string_view given, std::string_view kept) {
-  if (given == kept) return true;
   const std::size_t given_end = std::min(given.find(','), given.size());
   const std::size_t kept_end = std::min(kept.find(','), kept.size());
-  if (!same_number(given.substr(0, given_end), kept.substr(0, kept_end))) return false;
+  if (!same_item(given.substr(0, given_end), kept.substr(0, kept_end))) return false;
   const bool given_ends = given_end == given.size();
   const bool kept_ends = kept_end == kept.size();
   if (given_ends || kept_ends) return given_ends == kept_ends;
@@ -171,7 +175,9 @@ void change_settings(Settings& settings, const std::vector<std::string>& assignm
   std::string description = old_description;
   std::vector<NamedValue> wanted;
   for (const std::string& assignment : assignments) {
-    wanted.push_back(parse_assignment(assignment, before));
+    NamedValue value = parse_assignment(assignment, before);
+    std::erase_if(wanted, [&](const NamedValue& earlier) { return earlier.name == value.name; });
+    wanted.push_back(std::move(value));
     if (wanted.back().value.find('<') == std::string::npos)
       replace_value(description, wanted.back());
   }

@@ -128,7 +128,7 @@ std::string show_photo(const Photo& photo, Form form) {
 // A file that cannot be read has its object too, so that each file has one.
 Shown unreadable(const Source& source, const std::string& error, Form form) {
   if (form == Form::kTable) return {{}, error};
-  return {json_text({{"file", printable(source.file)}, {"error", printable(error)}}, form), error};
+  return {json_text({{"file", utf8_of(source.file)}, {"error", utf8_of(error)}}, form), error};
 }
 
 Shown show_file(const Source& source, Form form) {
@@ -156,12 +156,12 @@ class Printer {
     if (form_ == Form::kTable && !first_) std::fputc('\n', stdout);
     std::fwrite(output.data(), 1, output.size(), stdout);
     if (form_ == Form::kJsonLines) std::fputc('\n', stdout);
+    if (std::ferror(stdout) != 0) flush_standard_output();
     first_ = false;
   }
 
   void finish() const {
     if (form_ == Form::kJson) std::fputs(first_ ? "]\n" : "\n]\n", stdout);
-    flush_standard_output();
   }
 
  private:
@@ -180,7 +180,7 @@ class Progress {
   ~Progress() { clear(); }
 
   void advance() {
-    constexpr std::size_t kStep = 64;
+    constexpr std::size_t kStep = 8;
     if (++done_ % kStep != 0 || !shown_) return;
     if (total_ == 0) {
       std::fprintf(stderr, "\r%zu files", done_);
@@ -228,11 +228,13 @@ int show(const ShowOptions& options) {
   // As many batches are in work as files may be read at a time; they are printed in their order.
   std::deque<std::future<std::vector<Shown>>> in_work;
   const auto jobs = static_cast<std::size_t>(options.jobs);
+  // Where no thread can be had a batch is read when its turn to be printed comes.
+  constexpr auto kPolicy = std::launch::async | std::launch::deferred;
   while (true) {
     while (in_work.size() < jobs) {
       Batch batch = next_batch(sources);
       if (batch.empty()) break;
-      in_work.push_back(std::async(std::launch::async, show_batch, std::move(batch), options.form));
+      in_work.push_back(std::async(kPolicy, show_batch, std::move(batch), options.form));
     }
     if (in_work.empty()) break;
     for (const Shown& shown : in_work.front().get()) {
@@ -270,7 +272,7 @@ void add_show(CLI::App& app, Command& command) {
   show_command->add_option("-j,--jobs", options->jobs, "Files to read at a time")
       ->check(CLI::Range(1, 256).description(""))
       ->type_name("N");
-  show_command->callback([options, &command] { command = [options] { return show(*options); }; });
+  call_with(*show_command, options, command, show);
 }
 
 }  // namespace celumbrant_meta

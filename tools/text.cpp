@@ -36,24 +36,46 @@ std::string text_of(const char* text, std::size_t range) {
   return {text, std::find(text, text + range, '\0')};
 }
 
-std::string printable(std::string_view bytes) {
+std::string utf8_of(std::string_view bytes) {
   std::string text;
   while (!bytes.empty()) {
     const auto first = static_cast<unsigned char>(bytes[0]);
     const std::size_t length = utf8_length(bytes);
-    const bool control =
-        first < 0x20 || first == 0x7F ||
-        (first == 0xC2 && length == 2 && static_cast<unsigned char>(bytes[1]) < 0xA0) ||
-        (length == 0 && first < 0xA0);
-    if (control) {
-      text += '?';
-    } else if (length == 0) {
+    if (length == 0) {
       text += static_cast<char>(0xC0 | first >> 6);
       text += static_cast<char>(0x80 | (first & 0x3F));
     } else {
       text += bytes.substr(0, length);
     }
     bytes.remove_prefix(std::max<std::size_t>(length, 1));
+  }
+  return text;
+}
+
+std::string printable(std::string_view bytes) {
+  const std::string utf8 = utf8_of(bytes);
+  std::string text;
+  for (std::size_t i = 0; i < utf8.size(); ++i) {
+    const auto byte = static_cast<unsigned char>(utf8[i]);
+    // C1 characters are 0xC2 and a byte below 0xA0.
+    const bool is_c1 = byte == 0xC2 && static_cast<unsigned char>(utf8[i + 1]) < 0xA0;
+    text += byte < 0x20 || byte == 0x7F || is_c1 ? '?' : utf8[i];
+    if (is_c1) ++i;
+  }
+  return text;
+}
+
+std::optional<std::string> latin1_of(std::string_view utf8) {
+  std::string text;
+  for (std::size_t i = 0; i < utf8.size(); ++i) {
+    const auto byte = static_cast<unsigned char>(utf8[i]);
+    if (byte < 0x80) {
+      text += utf8[i];
+    } else if (byte == 0xC2 || byte == 0xC3) {
+      text += static_cast<char>((byte & 3) << 6 | (static_cast<unsigned char>(utf8[++i]) & 0x3F));
+    } else {
+      return std::nullopt;
+    }
   }
   return text;
 }

@@ -6,6 +6,8 @@
 #define CELUMBRANT_TOOLS_TEXT_H_
 
 #include <cstddef>
+#include <cstdio>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -15,9 +17,15 @@ namespace celumbrant_meta {
 // A text that may lack its NUL, as far as it goes.
 std::string text_of(const char* text, std::size_t range);
 
-// UTF-8 without control characters, which would reach a terminal: bytes that are not UTF-8 are
-// taken as Latin-1, which is what files without a character set mostly hold.
+// UTF-8: bytes that are not are taken as Latin-1, which is what files without a character set mostly
+// hold.
+std::string utf8_of(std::string_view bytes);
+
+// The same without control characters, which would reach a terminal.
 std::string printable(std::string_view bytes);
+
+// UTF-8 as Latin-1; nothing when it has other characters.
+std::optional<std::string> latin1_of(std::string_view utf8);
 
 // A number with as many digits as it needs: 2.5, 70.
 std::string plain_number(double number);
@@ -30,7 +38,7 @@ std::string joined(const std::vector<std::string>& words, const char* between);
 // Formats as printf does.
 [[gnu::format(printf, 1, 2)]] std::string format(const char* pattern, ...);
 
-// Whether colours and progress may be shown: a terminal, and NO_COLOR is not set.
+// Colours are shown on a terminal unless NO_COLOR is set.
 bool is_terminal(std::FILE* stream);
 bool shows_colour(std::FILE* stream);
 
