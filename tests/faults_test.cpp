@@ -33,8 +33,6 @@ auto open_files() {
 using OnFile = int (*)(const std::string& name);
 
 const OnFile kSaveSmall = [](const std::string& name) { return save(name, 5, 3, 1); };
-const OnFile kSave4MiB = [](const std::string& name) { return save(name, 1024, 1024, 1); };
-const OnFile kSaveWithoutNul = [](const std::string& name) { return save(name, 5, 3, 0, "a packet"); };
 const OnFile kWriteSettings = [](const std::string& name) { return write_xmp(name.c_str(), 1, kSettings.data()); };
 const OnFile kReplaceProfile = [](const std::string& name) {
   return update_tif_profile(7, bytes_of("another"), name.c_str());
@@ -141,6 +139,9 @@ TEST(Faults, BlocksCutAnywhereAreNotTakenForWhole) {
 // ---- Calls that fail -----------------------------------------------------------------------------
 
 #ifdef CELUMBRANT_CAN_FAIL_MEMORY
+
+const OnFile kSave4MiB = [](const std::string& name) { return save(name, 1024, 1024, 1); };
+const OnFile kSaveWithoutNul = [](const std::string& name) { return save(name, 5, 3, 0, "a packet"); };
 
 // A result, with a mark when it is none above 0 and what goes with it changed nevertheless.
 std::string result_of(int result, const auto& now, const auto& before) {
