@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: MIT
 //
-// Reading a photograph's metadata, beside other readers that do the same. The files are those named
-// on the command line, else the samples of the tests; they stay in the system's cache.
+// Reading a photograph's metadata, beside other readers that do the same; as the floor, the file is
+// opened and its first 4 KiB are read. The files are those named on the command line, else the samples
+// of the tests and of the examples; they stay in the system's cache.
 
 #include <CelumbrantMetaLib.h>
 #include <benchmark/benchmark.h>
+#include <fcntl.h>
+#include <unistd.h>
 
 #include <array>
 #include <filesystem>
@@ -24,6 +27,15 @@ int image_type(const std::string& name) {
   const std::string extension = std::filesystem::path(name).extension();
   if (extension == ".jpg" || extension == ".jpeg") return CELUMBRANT_IMAGE_JPEG;
   return extension == ".psd" ? CELUMBRANT_IMAGE_PSD : CELUMBRANT_IMAGE_TIFF;
+}
+
+void read_the_beginning(benchmark::State& state, const std::string& name) {
+  std::array<char, 4096> beginning;
+  for (auto _ : state) {
+    const int file = open(name.c_str(), O_RDONLY);
+    if (read(file, beginning.data(), beginning.size()) < 0) state.SkipWithError("read");
+    close(file);
+  }
 }
 
 void read_with_this_library(benchmark::State& state, const std::string& name) {
@@ -57,7 +69,7 @@ void read_with_exiv2(benchmark::State& state, const std::string& name) {
 #endif
 
 std::vector<std::string> samples() {
-  std::vector<std::string> names;
+  std::vector<std::string> names{CELUMBRANT_EXAMPLES "/harbour.jpg"};
   for (const auto& entry : std::filesystem::directory_iterator(CELUMBRANT_SAMPLES)) {
     if (entry.path().extension() != ".md") names.push_back(entry.path());
   }
@@ -65,16 +77,18 @@ std::vector<std::string> samples() {
 }
 
 void register_file(const std::string& name) {
-  const std::string title = std::filesystem::path(name).filename();
-  benchmark::RegisterBenchmark((title + "/get_exif_data").c_str(), read_with_this_library, name);
+  const auto add = [&](const std::string& who, void (*run)(benchmark::State&, const std::string&)) {
+    const std::string title = std::filesystem::path(name).filename();
+    benchmark::RegisterBenchmark((title + "/" + who).c_str(), run, name);
+  };
+  add("this library", read_with_this_library);
 #ifdef CELUMBRANT_WITH_LIBEXIF
-  if (image_type(name) == CELUMBRANT_IMAGE_JPEG) {
-    benchmark::RegisterBenchmark((title + "/libexif").c_str(), read_with_libexif, name);
-  }
+  if (image_type(name) == CELUMBRANT_IMAGE_JPEG) add("libexif", read_with_libexif);
 #endif
 #ifdef CELUMBRANT_WITH_EXIV2
-  benchmark::RegisterBenchmark((title + "/exiv2").c_str(), read_with_exiv2, name);
+  add("exiv2", read_with_exiv2);
 #endif
+  add("open and read 4 KiB", read_the_beginning);
 }
 
 }  // namespace

@@ -16,6 +16,7 @@
 namespace {
 
 constexpr std::string_view kSettingsKey = "xmlns:cbtm='http://ns.celumbrant.com/";
+constexpr std::string_view kAbsentKey = "cbtm:Luminosity>";
 constexpr std::string_view kLensKey = "xmlns:aux='http://ns.adobe.com/exif/1.0/aux/";
 
 // What editors leave in a packet: descriptions, attributes, edit histories.
@@ -45,43 +46,25 @@ std::string sculptor_packet() {
   return packet;
 }
 
-std::string packet_with_foreign_text_behind(std::size_t bytes) {
-  return sculptor_packet() + (bytes > 0 ? foreign_text(bytes) : std::string(1, '\0'));
-}
+using Run = void (*)(benchmark::State&, const std::string&);
 
-void memmem_pass(benchmark::State& state, const std::string& text, std::string_view key) {
+template <const std::string_view& kKey>
+void one_memmem(benchmark::State& state, const std::string& text) {
   for (auto _ : state) {
-    benchmark::DoNotOptimize(memmem(text.data(), text.size(), key.data(), key.size()));
+    benchmark::DoNotOptimize(memmem(text.data(), text.size(), kKey.data(), kKey.size()));
   }
-  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(text.size()));
 }
 
-void query(benchmark::State& state, int request) {
-  const std::string text = foreign_text(static_cast<std::size_t>(state.range(0)));
+template <int kRequest>
+void query(benchmark::State& state, const std::string& text) {
   char lens[CBTM_LENS_NAME_MAX + 1] = {};
   for (auto _ : state) {
     benchmark::DoNotOptimize(
-        get_settings_from_xmp(request, static_cast<int>(text.size()), text.data(), lens, nullptr));
-  }
-  state.SetBytesProcessed(state.iterations() * state.range(0));
-}
-
-void MeasureAndWrite(benchmark::State& state) {
-  std::array<float, CBTM_SETTINGS_COUNT> settings;
-  def_param(CBTM_TEXTURE_SCULPTOR, settings.data());
-  std::string packet(4096, '\0');
-  for (auto _ : state) {
-    benchmark::DoNotOptimize(
-        embed_xmp(CBTM_MEASURE, CBTM_TEXTURE_SCULPTOR, settings.data(), 0, nullptr, nullptr));
-    benchmark::DoNotOptimize(
-        embed_xmp(1, CBTM_TEXTURE_SCULPTOR, settings.data(), 0, nullptr, packet.data()));
+        get_settings_from_xmp(kRequest, static_cast<int>(text.size()), text.data(), lens, nullptr));
   }
 }
-BENCHMARK(MeasureAndWrite);
 
-void FullRead(benchmark::State& state) {
-  const std::string packet =
-      packet_with_foreign_text_behind(static_cast<std::size_t>(state.range(0)));
+void read_all(benchmark::State& state, const std::string& packet) {
   std::array<float, CBTM_SETTINGS_COUNT> settings;
   for (auto _ : state) {
     benchmark::DoNotOptimize(get_settings_from_xmp(CBTM_TEXTURE_SCULPTOR,
@@ -89,31 +72,51 @@ void FullRead(benchmark::State& state) {
                                                    nullptr, settings.data()));
   }
 }
-void FullReadFloor(benchmark::State& state) {
-  const std::string packet =
-      packet_with_foreign_text_behind(static_cast<std::size_t>(state.range(0)));
-  memmem_pass(state, packet, "cbtm:Luminosity>");
-}
-BENCHMARK(FullRead)->Arg(0)->Arg(256 << 10);
-BENCHMARK(FullReadFloor)->Arg(0)->Arg(256 << 10);
 
-void MethodQuery(benchmark::State& state) {
-  query(state, CBTM_QUERY_METHOD);
+void measure_and_write(benchmark::State& state, const std::string& packet) {
+  std::array<float, CBTM_SETTINGS_COUNT> settings;
+  def_param(CBTM_TEXTURE_SCULPTOR, settings.data());
+  std::string written(packet.size(), '\0');
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(
+        embed_xmp(CBTM_MEASURE, CBTM_TEXTURE_SCULPTOR, settings.data(), 0, nullptr, nullptr));
+    benchmark::DoNotOptimize(
+        embed_xmp(1, CBTM_TEXTURE_SCULPTOR, settings.data(), 0, nullptr, written.data()));
+  }
 }
-void MethodQueryFloor(benchmark::State& state) {
-  memmem_pass(state, foreign_text(static_cast<std::size_t>(state.range(0))), kSettingsKey);
+
+void copy(benchmark::State& state, const std::string& packet) {
+  std::string written(packet.size(), '\0');
+  for (auto _ : state) {
+    std::memcpy(written.data(), packet.data(), packet.size());
+    benchmark::DoNotOptimize(written.data());
+    benchmark::ClobberMemory();
+  }
 }
-void LensQuery(benchmark::State& state) {
-  query(state, CBTM_QUERY_LENS);
+
+void add(const std::string& what, const std::string& text, Run library, const char* floor,
+         Run run_floor) {
+  benchmark::RegisterBenchmark((what + "/this library").c_str(), library, text)
+      ->Unit(benchmark::kMicrosecond);
+  benchmark::RegisterBenchmark((what + "/" + floor).c_str(), run_floor, text)
+      ->Unit(benchmark::kMicrosecond);
 }
-void LensQueryFloor(benchmark::State& state) {
-  memmem_pass(state, foreign_text(static_cast<std::size_t>(state.range(0))), kLensKey);
-}
-BENCHMARK(MethodQuery)->Arg(64 << 10)->Arg(1 << 20);
-BENCHMARK(MethodQueryFloor)->Arg(64 << 10)->Arg(1 << 20);
-BENCHMARK(LensQuery)->Arg(64 << 10)->Arg(1 << 20);
-BENCHMARK(LensQueryFloor)->Arg(64 << 10)->Arg(1 << 20);
 
 }  // namespace
 
-BENCHMARK_MAIN();
+int main(int argc, char** argv) {
+  benchmark::Initialize(&argc, argv);
+  const std::string packet = sculptor_packet() + '\0';
+  const std::string long_packet = sculptor_packet() + foreign_text(256 << 10);
+  const std::string text = foreign_text(1 << 20);
+  constexpr const char* kFloor = "one memmem";
+  add("measuring and writing a packet", packet, measure_and_write, "one memcpy", copy);
+  add("reading it", packet, read_all, kFloor, one_memmem<kAbsentKey>);
+  add("reading it with 256 KiB of foreign text behind", long_packet, read_all, kFloor,
+      one_memmem<kAbsentKey>);
+  add("asking 1 MiB of foreign text for its method", text, query<CBTM_QUERY_METHOD>, kFloor,
+      one_memmem<kSettingsKey>);
+  add("asking 1 MiB of foreign text for its lens", text, query<CBTM_QUERY_LENS>, kFloor,
+      one_memmem<kLensKey>);
+  benchmark::RunSpecifiedBenchmarks();
+}
