@@ -62,7 +62,7 @@ std::string version() {
 
 // The arguments, the last first, as they are parsed. A name in brackets would be taken for a list.
 std::vector<std::string> arguments_of(int argc, char** argv) {
-  std::vector<std::string> arguments(argv + 1, argv + argc);
+  std::vector<std::string> arguments(argv + std::min(1, argc), argv + argc);
   for (std::string& argument : arguments)
     if (argument.starts_with('[') && arguments.front() == "show") argument.insert(0, "./");
   std::reverse(arguments.begin(), arguments.end());

@@ -143,6 +143,9 @@ std::string describe(const SaveOptions& options, const Result& result) {
     lines.push_back("left out: the photograph's IPTC block, which is damaged");
   if (record.embeddedXmp_len > 0)
     lines.push_back("left out: the photograph's XMP packet (--xmp adds one)");
+  const std::string lens = text_of(reinterpret_cast<const char*>(record.lens), CBTM_LENS_NAME_MAX);
+  if (!result.xmp.empty() && result.xmp.find(lens) == std::string::npos)
+    lines.push_back("left out: the name of the lens, which stands in packets of the program's own");
   return printable(options.destination.file) + ": " + joined(lines, "\n  ") + "\n";
 }
 
