@@ -19,7 +19,7 @@ set(DOXYGEN_MACRO_EXPANSION YES)
 set(DOXYGEN_EXPAND_ONLY_PREDEF YES)
 set(DOXYGEN_PREDEFINED CELUMBRANT_META_API= CELUMBRANT_META_NOEXCEPT=)
 set(DOXYGEN_EXCLUDE_SYMBOLS CELUMBRANT_META_API CELUMBRANT_META_NOEXCEPT)
-doxygen_add_docs(docs include README.md CHANGELOG.md CONTRIBUTING.md examples/README.md)
+doxygen_add_docs(docs include README.md CHANGELOG.md CONTRIBUTING.md docs/readers.md examples/README.md fuzz/README.md)
 
 # The documents link to these as files.
 add_custom_command(TARGET docs POST_BUILD
