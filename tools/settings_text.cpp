@@ -92,7 +92,7 @@ bool same_item(std::string_view given, std::string_view kept) {
   if (!a || !b) return !a && !b && given == kept;
   const std::size_t point = kept.find('.');
   const auto decimals = static_cast<int>(point == kept.npos ? 0 : kept.size() - point - 1);
-  constexpr double kFloatStep = std::numeric_limits<float>::epsilon();
+  constexpr auto kFloatStep = static_cast<double>(std::numeric_limits<float>::epsilon());
   const double unit = std::pow(10.0, -decimals) + std::abs(*a) * kFloatStep;
   return std::isfinite(*a) && std::abs(*a - *b) <= unit;
 }
