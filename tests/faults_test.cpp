@@ -49,8 +49,8 @@ const OnFile kLoadXmp = [](const std::string& name) {
 using Results = std::map<std::size_t, int>;
 constexpr std::size_t kMore = SIZE_MAX;
 
-// Writes to a disk with so much room. Gives the result, with a remark unless all was written, or only the beginning,
-// or what was there before still stands there.
+// Writes to a disk with so much room. Gives the result, and what the file lacks unless all was written, or only the
+// beginning, or what was there before still stands there.
 std::string written(OnFile write, const std::string& whole, rlim_t room = RLIM_INFINITY) {
   const std::string name = temporary("written");
   std::filesystem::remove(name);
@@ -63,7 +63,7 @@ std::string written(OnFile write, const std::string& whole, rlim_t room = RLIM_I
   setrlimit(RLIMIT_FSIZE, &old);
   const std::string left = read_file(name);
   const bool is_right = result > 0 ? left == whole : whole.starts_with(left) || left.starts_with(kOldProfile);
-  return std::to_string(result) + (is_right ? "" : " in another file");
+  return std::to_string(result) + (is_right ? "" : " lacking " + std::to_string(std::ssize(whole) - std::ssize(left)));
 }
 
 std::string whole_file(OnFile write) {
@@ -199,7 +199,7 @@ TEST(Faults, EveryCallThatFailsIsReported) {
   const std::tuple<OnFile, const char*, std::string> writings[] = {
       {kSaveSmall, "calloc", "-4, -1, -1"}, {kSave4MiB, "fwrite", "-2, -3, -3, -3, -3, -12"},
       {kSaveSmall, "fopen", "-1"}, {kSaveSmall, "fclose", "-12"},
-      {kSaveWithoutNul, "calloc", "3 in another file, -4, -1"},  // the packet that could not be copied lacks its last byte
+      {kSaveWithoutNul, "calloc", "3 lacking 1, -4, -1"},  // the packet that could not be copied lacks its last byte
       {kWriteSettings, "calloc", "-4"}, {kWriteSettings, "fwrite", "-3"}, {kWriteSettings, "fopen", "-1"},
       {kWriteSettings, "fclose", "-3"}, {kReplaceProfile, "fopen", "-1, -1, -1"}, {kReplaceProfile, "fread", "0"},
       {kReplaceProfile, "fseek", "-2, -2, -2"}, {kReplaceProfile, "fgetc", "-1, -1"},

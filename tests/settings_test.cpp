@@ -186,7 +186,7 @@ TEST(SettingsReader, TakesNamesInOrderOfPriorityAndConverts) {
       {sculptor + "Smoothing>Very Low|SmoothingMode>Light|", 5, 4}, {light + "Smoothing>Low     |", 5, 3},
       {light + "Smoothing>Light|", 5, 1}, {light + "Smoothing>4.5|", 17, 0},
       {sculptor + "SmoothingMode>Other|Smoothing>4.5|", 17, 4.5},
-      {sculptor + "SmoothingModes>Light|SmoothingMode>Light|", 16, 1},  // its name may end anyhow
+      {sculptor + "SmoothingModes>Light|SmoothingMode>Light|", 16, 1},  // whatever this name goes on with
       // The first element of a name counts, behind the method, and a name is not found in a longer one.
       {sculptor + "Strength>3|Strength>4|", 1, 3}, {"Strength>3|" + sculptor, 1, 70},
       {sculptor + "Strengths>3|Strength >3|", 1, 70}, {"Method>Gentle Relighting|Compression>3|", 1, 3},

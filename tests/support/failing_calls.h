@@ -5,8 +5,7 @@
 #include <string_view>
 
 // While one lives, a function of the C library that the library uses (calloc, fopen, fclose, fread,
-// fwrite, fseek, ftell, fgetc) fails in the library once: after so many
-// successful calls.
+// fwrite, fseek, ftell, fgetc) fails in the library once: after so many calls that succeed.
 class FailingCalls {
  public:
   FailingCalls(std::string_view function, int successes);
