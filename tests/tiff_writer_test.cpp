@@ -1,15 +1,12 @@
 // SPDX-License-Identifier: MIT
 //
-// Saved pictures: every byte of the layout, every kind of pixel, what others read, and what is
-// reported when something fails.
+// Saved pictures: every byte of the layout, every kind of pixel, what is refused, and what others read.
 
 #include <CelumbrantMetaLib.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include <climits>
-#include <csignal>
 #include <filesystem>
 #include <map>
 #include <optional>
@@ -18,7 +15,6 @@
 #include <vector>
 
 #include "pixel_rows.h"
-#include "support/failing_memory.h"
 #include "support/flat_arrays.h"
 #include "support/programs.h"
 
@@ -325,39 +321,6 @@ TEST(SavedPicture, IsRefusedBeforeAFileIsTouched) {
   const std::string message = "Could not open for writing file:  ";
   EXPECT_EQ(testing::internal::GetCapturedStderr(),
             message + temporary("no/such/file") + "\n" + message + testing::TempDir() + "\n");
-}
-
-TEST(SavedPicture, ReportsWhateverDidNotReachTheFile) {
-  const auto open_files = [] { return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}); };
-  const auto open_before = open_files();
-  Save save = everything();
-  const std::string name = temporary("cut.tif");
-  const auto whole = static_cast<rlim_t>(save.file(3).size());
-  EXPECT_EQ(save.to("/dev/full"), -2);
-  rlimit old{};
-  getrlimit(RLIMIT_FSIZE, &old);
-  const auto handler = std::signal(SIGXFSZ, SIG_IGN);
-  for (rlim_t room = 0; room <= whole; ++room) {
-    const rlimit limit{room, old.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &limit);
-    const int expected = room < 8 ? -2 : room < 8 + 180 ? -3 : room < whole ? -12 : 3;
-    const int result = save.to(name);
-    if (result != expected) ADD_FAILURE() << "with room for " << room << " bytes: " << result;
-  }
-  setrlimit(RLIMIT_FSIZE, &old);
-  std::signal(SIGXFSZ, handler);
-#ifdef CELUMBRANT_CAN_FAIL_MEMORY
-  for (const auto& [successes, expected, length] : {std::tuple(0, -4, 8), {1, -1, 188}, {2, -1, 188}}) {
-    const FailingMemory failing(successes);
-    EXPECT_EQ(save.to(name), expected) << successes;
-    EXPECT_EQ(std::filesystem::file_size(name), static_cast<std::uintmax_t>(length));
-  }
-  save.xmp = "a packet that gets no NUL";
-  save.method = 0;
-  const FailingMemory failing(0);
-  EXPECT_EQ(save.to(name), -4);
-#endif
-  EXPECT_EQ(open_files(), open_before);
 }
 
 TEST(SavedPicture, GoesToAPipe) {

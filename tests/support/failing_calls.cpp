@@ -13,13 +13,10 @@ namespace {
 
 std::string_view g_function;
 int g_successes = 0;
-int g_failures = 0;
 int g_calls = 0;
 
 bool fails(std::string_view function) {
-  if (function != g_function) return false;
-  const int call = g_calls++;
-  return call >= g_successes && call - g_successes < g_failures;
+  return function == g_function && g_calls++ == g_successes;
 }
 
 // A stream that cannot be closed properly: what it still holds is lost.
@@ -48,10 +45,9 @@ WRAP(int, fseek, (std::FILE * file, long offset, int whence), (file, offset, whe
 WRAP(long, ftell, (std::FILE * file), (file), -1)
 WRAP(int, fgetc, (std::FILE * file), (file), EOF)
 
-FailingCalls::FailingCalls(std::string_view function, int successes, int failures) {
+FailingCalls::FailingCalls(std::string_view function, int successes) {
   g_calls = 0;
   g_successes = successes;
-  g_failures = failures;
   g_function = function;
 }
 FailingCalls::~FailingCalls() {

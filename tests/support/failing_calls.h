@@ -5,10 +5,10 @@
 #include <string_view>
 
 // While one lives, a function of the C library that the library uses (calloc, fopen, fclose, fread,
-// fwrite, fseek, ftell, fgetc) fails in the library after its first `successes` calls.
+// fwrite, fseek, ftell, fgetc) fails in the library once: after so many calls that succeed.
 class FailingCalls {
  public:
-  FailingCalls(std::string_view function, int successes, int failures = 1);
+  FailingCalls(std::string_view function, int successes);
   ~FailingCalls();
   FailingCalls(const FailingCalls&) = delete;
   FailingCalls& operator=(const FailingCalls&) = delete;
