@@ -12,6 +12,55 @@
 namespace celumbrant_meta {
 namespace {
 
+constexpr const char* kManPage = R"(.TH CELUMBRANT\-META 1 "" "CelumbrantMetaLib @VERSION@" ""
+.SH NAME
+celumbrant\-meta \- metadata of photographs, result pictures and tone\-mapping settings
+.SH SYNOPSIS
+.B celumbrant\-meta
+.I COMMAND
+[\fIOPTION\fR]... \fIFILE\fR...
+.SH OPTIONS
+@OPTIONS@
+.SH COMMANDS
+@COMMANDS@
+.SH OUTPUT FILES
+A file is written under a temporary name beside its own and renamed when it is whole. One that exists
+is replaced only with \fB\-\-force\fR; commands that change a file do so unless \fB\-o\fR names another.
+.SH ENVIRONMENT
+.TP
+.B NO_COLOR
+When set, nothing is printed in bold.
+.SH EXIT STATUS
+.TP
+.B 0
+Everything is done.
+.TP
+.B 1
+Something could not be read or written; the other files are done.
+.TP
+.B 2
+The command line is wrong.
+)";
+
+// The words before the one that is completed tell which command it belongs to.
+constexpr const char* kCompletion = R"(# bash completion for celumbrant-meta
+_celumbrant_meta() {
+  local word path=celumbrant-meta words current=${COMP_WORDS[COMP_CWORD]}
+  for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
+    case "$path $word" in
+      @PATHS@) path="$path $word" ;;
+    esac
+  done
+  case $path in
+@CASES@
+  esac
+  mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current")
+  [[ $current == -* ]] ||
+    mapfile -t -O "${#COMPREPLY[@]}" COMPREPLY < <(compgen -f -- "$current")
+}
+complete -o filenames -o bashdefault -o default -F _celumbrant_meta celumbrant-meta
+)";
+
 std::vector<const CLI::App*> commands_of(const CLI::App& app) {
   return app.get_subcommands([](const CLI::App*) { return true; });
 }
@@ -76,53 +125,22 @@ std::string paths_of(const CLI::App& command, const std::string& path) {
 }  // namespace
 
 std::string man_page(const CLI::App& app) {
-  std::string text = format(".TH CELUMBRANT\\-META 1 \"\" \"CelumbrantMetaLib %d.%d.%d\" \"\"\n",
-                            CELUMBRANT_META_VERSION_MAJOR, CELUMBRANT_META_VERSION_MINOR,
-                            CELUMBRANT_META_VERSION_PATCH);
-  text += ".SH NAME\n" + roff(kProgram) +
-          " \\- metadata of photographs, result pictures and "
-          "tone\\-mapping settings\n"
-          ".SH SYNOPSIS\n.B " +
-          roff(kProgram) +
-          "\n.I COMMAND\n[\\fIOPTION\\fR]... \\fIFILE\\fR...\n"
-          ".SH OPTIONS\n";
-  for (const CLI::Option* option : options_of(app)) text += man_option(*option);
-  text += ".SH COMMANDS\n";
-  for (const CLI::App* command : commands_of(app)) add_man_command(text, *command, kProgram);
-  text +=
-      ".SH OUTPUT FILES\nA file is written under a temporary name beside its own and renamed when "
-      "it is whole. One that exists is replaced only with \\fB\\-\\-force\\fR.\n"
-      ".SH ENVIRONMENT\n.TP\n.B NO_COLOR\nWhen set, nothing is printed in bold.\n"
-      ".SH EXIT STATUS\n0: done. 1: something could not be read or written; the other files are "
-      "done. 2: the command line is wrong.\n";
-  return text;
+  std::string options;
+  for (const CLI::Option* option : options_of(app)) options += man_option(*option);
+  std::string commands;
+  for (const CLI::App* command : commands_of(app)) add_man_command(commands, *command, kProgram);
+  const std::string version = format("%d.%d.%d", CELUMBRANT_META_VERSION_MAJOR,
+                                     CELUMBRANT_META_VERSION_MINOR, CELUMBRANT_META_VERSION_PATCH);
+  std::string page = replaced(kManPage, "@VERSION@", version);
+  page = replaced(page, "@OPTIONS@\n", options);
+  return replaced(page, "@COMMANDS@\n", commands);
 }
 
 std::string bash_completion(const CLI::App& app) {
-  std::string text = "# bash completion for " + std::string(kProgram) +
-                     "\n"
-                     "_celumbrant_meta() {\n"
-                     "  local word path=" +
-                     kProgram +
-                     " words current=${COMP_WORDS[COMP_CWORD]}\n"
-                     "  for word in \"${COMP_WORDS[@]:1:COMP_CWORD-1}\"; do\n"
-                     "    case \"$path $word\" in\n"
-                     "      " +
-                     paths_of(app, kProgram).substr(1) +
-                     ") path=\"$path $word\" ;;\n"
-                     "    esac\n"
-                     "  done\n"
-                     "  case $path in\n";
-  add_completion_cases(text, app, kProgram);
-  text +=
-      "  esac\n"
-      "  mapfile -t COMPREPLY < <(compgen -W \"$words\" -- \"$current\")\n"
-      "  [[ $current == -* ]] || mapfile -t -O \"${#COMPREPLY[@]}\" COMPREPLY < <(compgen -f -- "
-      "\"$current\")\n"
-      "}\n"
-      "complete -o filenames -o bashdefault -o default -F _celumbrant_meta " +
-      std::string(kProgram) + "\n";
-  return text;
+  std::string cases;
+  add_completion_cases(cases, app, kProgram);
+  const std::string page = replaced(kCompletion, "@PATHS@", paths_of(app, kProgram).substr(1));
+  return replaced(page, "@CASES@\n", cases);
 }
 
 }  // namespace celumbrant_meta
