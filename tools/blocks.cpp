@@ -53,7 +53,7 @@ const unsigned char* bytes_of(const std::string& block) {
 
 std::string read_profile(const std::string& file) {
   constexpr std::size_t kHeaderBytes = 128;
-  const std::string profile = read_file(file);
+  std::string profile = read_file(file);
   if (profile.size() < kHeaderBytes || profile.compare(36, 4, "acsp") != 0)
     throw Failure(file, "is no ICC profile");
   // The writer leaves out others, since a result picture has none of their colours.
