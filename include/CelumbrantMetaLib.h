@@ -587,8 +587,8 @@ enum {
  *
  * The file is little-endian, uncompressed, in one strip, and is written from beginning to end
  * without a seek: it may be a pipe. Alpha is not written. Make, model, EXIF and GPS values come from
- * the flat arrays. Memory is taken for 1 MiB of rows (or one row that is larger), the metadata and a copy of the
- * caller's packet.
+ * the flat arrays. Memory is taken for 1 MiB of rows (or one row that is larger), the metadata and a
+ * copy of the caller's packet.
  *
  * Of XMP packets one goes into the file: the caller's when it holds settings of method 1, 2, 3, 10,
  * 11 or 15, or when tmMethod is 0 or less; else one with the settings, when tmMethod is above 0,

@@ -170,6 +170,8 @@ TEST(Tool, ShowsManyFilesInTheirOrderAndGoesOnBehindABadOne) {
     expected += name + "\n";
   }
   write_file(folder + "/notes.txt", "passed over");
+  fs::create_directory(folder + "/nothing");
+  EXPECT_EQ(json::parse(output("show -r --json " + folder + "/nothing")), json::array());
   const Outcome result = run("show --jsonl -j 3 " + files);
   EXPECT_EQ(result.exit_code, 1);
   std::istringstream lines(result.out);
@@ -184,6 +186,8 @@ TEST(Tool, ShowsManyFilesInTheirOrderAndGoesOnBehindABadOne) {
   EXPECT_EQ(errors, 1);
   const json all = json::parse(output("show -r --json " + folder));
   ASSERT_EQ(all.size(), 39u);
+  write_file(folder + "/damaged.JPG", "not passed over");
+  EXPECT_EQ(run("show -r " + folder).exit_code, 1);
   for (std::size_t i = 1; i < all.size(); ++i) EXPECT_LT(all[i - 1].at("file"), all[i].at("file"));
 }
 
@@ -290,6 +294,10 @@ TEST(Tool, AFailureLeavesWhatWasThere) {
   // The disk is full at the metadata: there is room for 512 bytes.
   EXPECT_EQ(run(save_command("-o " + folder + "/new.tif"), "ulimit -f 1; ").exit_code, 1);
   EXPECT_EQ(run(save_command("-o " + result + " --force"), "ulimit -f 1; ").exit_code, 1);
+  for (const std::string what : {"settings write 3 ", "exif-block " CELUMBRANT_EXAMPLES "/harbour.jpg "})
+    EXPECT_EQ(run(what + "-o " + folder + "/new", "ulimit -f 0; ").exit_code, 1) << what;
+  // Whoever reads standard output stops before the end.
+  run("save " CELUMBRANT_EXAMPLES "/merged.png -o - --from " + kPhoto + " | head -c 1", "TMPDIR=" + folder + " ");
   EXPECT_EQ(read_file(result), "precious");
   EXPECT_EQ(files_in(folder), 1);
   EXPECT_EQ(run("exif-block " + kPhoto + " --force -o /dev/null").exit_code, 1);

@@ -56,8 +56,7 @@ std::string create_in(const fs::path& folder, const std::string& reported) {
   std::random_device random;
   for (int attempt = 0; attempt < 100; ++attempt) {
     const std::string number = std::to_string(random() % 100000000);
-    std::string name =
-        (folder / ("." + std::string(kProgram) + "-" + number + ".part")).string();
+    std::string name = (folder / ("." + std::string(kProgram) + "-" + number + ".part")).string();
     if (const File file{std::fopen(name.c_str(), "wbx")}) return name;
     if (errno != EEXIST) break;
   }

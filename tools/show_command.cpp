@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: MIT
 
 #include <algorithm>
+#include <cctype>
 #include <cstdio>
 #include <deque>
 #include <filesystem>
 #include <future>
 #include <memory>
 #include <optional>
+#include <string_view>
 #include <utility>
 
 #include "command.h"
@@ -131,11 +133,20 @@ Shown unreadable(const Source& source, const std::string& error, Form form) {
   return {json_text({{"file", utf8_of(source.file)}, {"error", utf8_of(error)}}, form), error};
 }
 
+// Whether a file in a folder is missed when it cannot be read.
+bool is_called_photograph(const std::string& file) {
+  std::string extension = fs::path(file).extension().string();
+  std::ranges::transform(extension, extension.begin(),
+                         [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  constexpr std::string_view kExtensions[] = {".jpg", ".jpeg", ".tif", ".tiff", ".psd"};
+  return std::ranges::find(kExtensions, extension) != std::end(kExtensions);
+}
+
 Shown show_file(const Source& source, Form form) {
   try {
     if (!source.error.empty()) throw Failure(source.file, source.error);
     const std::optional<ImageFormat> format = format_of(source.file);
-    if (!format && source.in_folder) return {};
+    if (!format && source.in_folder && !is_called_photograph(source.file)) return {};
     return {show_photo(format ? read_photo(source.file, *format) : read_photo(source.file), form),
             {}};
   } catch (const std::exception& error) {
@@ -201,51 +212,31 @@ class Progress {
   std::size_t done_ = 0;
 };
 
-using Batch = std::vector<Source>;
-
-Batch next_batch(Sources& sources) {
-  constexpr std::size_t kFiles = 8;
-  Batch batch;
-  while (batch.size() < kFiles) {
-    std::optional<Source> source = sources.next();
-    if (!source) break;
-    batch.push_back(std::move(*source));
-  }
-  return batch;
-}
-
-std::vector<Shown> show_batch(const Batch& batch, Form form) {
-  std::vector<Shown> shown;
-  for (const Source& source : batch) shown.push_back(show_file(source, form));
-  return shown;
-}
-
 int show(const ShowOptions& options) {
   Sources sources(options);
   Printer printer(options.form);
   Progress progress(options);
   int exit_code = kDone;
-  // As many batches are in work as files may be read at a time; they are printed in their order.
-  std::deque<std::future<std::vector<Shown>>> in_work;
-  const auto jobs = static_cast<std::size_t>(options.jobs);
-  // Where no thread can be had a batch is read when its turn to be printed comes.
-  constexpr auto kPolicy = std::launch::async | std::launch::deferred;
+  // As many files are in work as may be read at a time; they are printed in their order. Where no
+  // thread can be had, or none is asked for, a file is read when its turn to be printed comes.
+  const std::launch policy =
+      options.jobs > 1 ? std::launch::async | std::launch::deferred : std::launch::deferred;
+  std::deque<std::future<Shown>> in_work;
   while (true) {
-    while (in_work.size() < jobs) {
-      Batch batch = next_batch(sources);
-      if (batch.empty()) break;
-      in_work.push_back(std::async(kPolicy, show_batch, std::move(batch), options.form));
+    while (in_work.size() < static_cast<std::size_t>(options.jobs)) {
+      std::optional<Source> source = sources.next();
+      if (!source) break;
+      in_work.push_back(std::async(policy, show_file, std::move(*source), options.form));
     }
     if (in_work.empty()) break;
-    for (const Shown& shown : in_work.front().get()) {
-      printer.print(shown.output);
-      progress.advance();
-      if (shown.error.empty()) continue;
-      progress.clear();
-      std::fprintf(stderr, "%s: %s\n", kProgram, printable(shown.error).c_str());
-      exit_code = kFailed;
-    }
+    const Shown shown = in_work.front().get();
     in_work.pop_front();
+    printer.print(shown.output);
+    progress.advance();
+    if (shown.error.empty()) continue;
+    progress.clear();
+    std::fprintf(stderr, "%s: %s\n", kProgram, printable(shown.error).c_str());
+    exit_code = kFailed;
   }
   printer.finish();
   return exit_code;
