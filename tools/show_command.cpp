@@ -2,13 +2,17 @@
 
 #include <algorithm>
 #include <cctype>
+#include <condition_variable>
 #include <cstdio>
 #include <deque>
 #include <filesystem>
 #include <future>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string_view>
+#include <system_error>
+#include <thread>
 #include <utility>
 
 #include "command.h"
@@ -212,30 +216,89 @@ class Progress {
   std::size_t done_ = 0;
 };
 
+// Reads the sources on several threads, and gives what they came to in their order. So many results
+// wait at most that memory does not grow with the number of files.
+class Readers {
+ public:
+  Readers(Sources& sources, const ShowOptions& options)
+      : sources_(sources),
+        form_(options.form),
+        most_results_(kResultsOfThread * static_cast<std::size_t>(options.jobs)) {
+    if (options.jobs == 1) return;
+    try {
+      for (int i = 0; i < options.jobs; ++i) threads_.emplace_back([this] { work(); });
+    } catch (const std::system_error&) {
+      // Fewer threads will do, or none.
+    }
+  }
+
+  Readers(const Readers&) = delete;
+  Readers& operator=(const Readers&) = delete;
+  ~Readers() {
+    const std::lock_guard lock(mutex_);
+    at_end_ = true;
+    changed_.notify_all();
+  }
+
+  std::optional<Shown> next() {
+    if (threads_.empty()) {
+      const std::optional<Source> source = sources_.next();
+      return source ? std::optional(show_file(*source, form_)) : std::nullopt;
+    }
+    std::unique_lock lock(mutex_);
+    changed_.wait(lock, [this] { return !results_.empty() || at_end_; });
+    if (results_.empty()) return std::nullopt;
+    std::future<Shown> first = std::move(results_.front());
+    results_.pop_front();
+    lock.unlock();
+    changed_.notify_all();
+    return first.get();
+  }
+
+ private:
+  static constexpr std::size_t kResultsOfThread = 16;
+
+  void work() {
+    std::promise<Shown> result;
+    while (const std::optional<Source> source = take(result)) {
+      result.set_value(show_file(*source, form_));
+      result = {};
+    }
+  }
+
+  // The next source, whose result is to come in this order; nothing at the end of the sources.
+  std::optional<Source> take(std::promise<Shown>& result) {
+    std::unique_lock lock(mutex_);
+    changed_.wait(lock, [this] { return at_end_ || results_.size() < most_results_; });
+    std::optional<Source> source = at_end_ ? std::nullopt : sources_.next();
+    if (source) results_.push_back(result.get_future());
+    at_end_ = !source;
+    changed_.notify_all();
+    return source;
+  }
+
+  Sources& sources_;
+  Form form_;
+  std::size_t most_results_;
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  std::deque<std::future<Shown>> results_;
+  bool at_end_ = false;
+  std::vector<std::jthread> threads_;
+};
+
 int show(const ShowOptions& options) {
   Sources sources(options);
+  Readers readers(sources, options);
   Printer printer(options.form);
   Progress progress(options);
   int exit_code = kDone;
-  // As many files are in work as may be read at a time; they are printed in their order. Where no
-  // thread can be had, or none is asked for, a file is read when its turn to be printed comes.
-  const std::launch policy =
-      options.jobs > 1 ? std::launch::async | std::launch::deferred : std::launch::deferred;
-  std::deque<std::future<Shown>> in_work;
-  while (true) {
-    while (in_work.size() < static_cast<std::size_t>(options.jobs)) {
-      std::optional<Source> source = sources.next();
-      if (!source) break;
-      in_work.push_back(std::async(policy, show_file, std::move(*source), options.form));
-    }
-    if (in_work.empty()) break;
-    const Shown shown = in_work.front().get();
-    in_work.pop_front();
-    printer.print(shown.output);
+  while (const std::optional<Shown> shown = readers.next()) {
+    printer.print(shown->output);
     progress.advance();
-    if (shown.error.empty()) continue;
+    if (shown->error.empty()) continue;
     progress.clear();
-    std::fprintf(stderr, "%s: %s\n", kProgram, printable(shown.error).c_str());
+    std::fprintf(stderr, "%s: %s\n", kProgram, printable(shown->error).c_str());
     exit_code = kFailed;
   }
   printer.finish();
