@@ -109,6 +109,12 @@ constexpr MakeOfModel kMakes[] = {
     {"FUJIFILM", "FUJIFILM"}, {"Panasonic", "Panasonic"},
 };
 
+// With its NUL.
+constexpr int kMostMakeLen =
+    1 + static_cast<int>(std::ranges::max(kMakes, {}, [](const MakeOfModel& m) {
+                           return m.make.size();
+                         }).make.size());
+
 // The text at a slot, up to its NUL or the end of its range.
 std::string_view text_at(const int* slots, int slot, std::size_t range) {
   const std::string_view bytes(bytes_from(slots, slot), range);
@@ -180,7 +186,7 @@ bool is_plausible(const ExifBlock& block) {
   return within(block.exifCount, static_cast<int>(std::size(kExifRows))) &&
          within(block.gpsCount, static_cast<int>(std::size(kGpsRows))) &&
          within(block.exifDataLen, kMostExifDataLen) && within(block.gpsDataLen, kMostGpsDataLen) &&
-         within(block.modelLen, CELUMBRANT_MODEL_BYTES) && within(block.makeLen, kMakeBytes) &&
+         within(block.modelLen, CELUMBRANT_MODEL_BYTES) && within(block.makeLen, kMostMakeLen) &&
          within(block.exif.text_length, CELUMBRANT_DATE_TIME_BYTES + 1) &&
          within(block.gps.text_length, CELUMBRANT_DATESTAMP_BYTES);
 }

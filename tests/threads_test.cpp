@@ -38,6 +38,19 @@ std::string work(int number, const std::string& file) {
   packet.resize(packet.size() + static_cast<std::size_t>(growth));
   outcome += std::to_string(insert_xmp(2, 11, settings.data(), length, growth, packet.data())) + packet;
 
+  std::array<unsigned char, CELUMBRANT_EXIF_BLOCK_MAX> block{};
+  int sizes[9];
+  char make[CELUMBRANT_MAKE_BYTES];
+  get_exif_count(arrays.exif.data(), &sizes[0], &sizes[1], arrays.gps.data(), &sizes[2], &sizes[3], &sizes[4],
+                 &sizes[5], &sizes[6], &sizes[7], &sizes[8], make);
+  outcome +=
+      std::to_string(write_exif_buf(sizes[0], sizes[1], sizes[2], sizes[3], sizes[4], sizes[5], sizes[6], sizes[7],
+                                    number, arrays.exif.data(), arrays.gps.data(), make, block.data()));
+  outcome.append(reinterpret_cast<const char*>(block.data()), block.size());
+  outcome += std::to_string(add_iptc_keyword(0, nullptr, number + 1, "keyword", block.data()));
+  int found[CBTM_SETTINGS_COUNT] = {};
+  outcome += std::to_string(searchForTag(1, "cbtm:Radius", 0, packet.data(), 1, length, found, settings.data()));
+
   float range[3] = {}, seconds = 0;
   outcome += std::to_string(hdrMinMax(number, 4, bytes_of(packet), range));
   outcome += std::to_string(time_from_datetime("2015:06:01 12:00:00", number, &seconds));

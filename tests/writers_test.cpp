@@ -100,9 +100,12 @@ TEST(ExifBlock, StaysWithinTheSizesWhateverTheArraysHold) {
     const auto block = std::make_unique<unsigned char[]>(static_cast<std::size_t>(length));  // for the sanitizer
     EXPECT_EQ(counts.write(arrays, 1, block.get()), length);
   }
-  Counts impossible(Arrays::of_photo());
-  impossible.sizes[4] = 65;
-  EXPECT_EQ(impossible.write(Arrays::of_photo(), 1, nullptr), -1);
+  // A model and a make that no arrays give.
+  for (const auto& [index, size] : {std::pair(4u, 65), std::pair(5u, 19)}) {
+    Counts impossible(Arrays::of_photo());
+    impossible.sizes[index] = size;
+    EXPECT_EQ(impossible.write(Arrays::of_photo(), 1, nullptr), -1);
+  }
 }
 
 TEST(ExifCount, CountsWhatIsPresent) {
