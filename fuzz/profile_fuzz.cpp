@@ -12,21 +12,6 @@ using namespace fuzz;
 constexpr int kTagIccProfile = 34675;
 constexpr std::size_t kEntryBytes = 12;
 
-struct Found {
-  int position = 0;
-  int count = 0;
-  int value = 0;
-};
-
-Found find_tag(Text& bytes, int tag) {
-  Found found;
-  const Stream stream(fmemopen(bytes.data(), bytes.size(), "rb"));
-  found.position = get_tif_tag(stream.get(), tag, &found.count, &found.value);
-  EXPECT(found.position != 0 && found.position >= -3);
-  EXPECT(found.position > 0 || (found.count == 0 && found.value == 0));
-  return found;
-}
-
 void look_up(Text& bytes, int tag) {
   const Found found = find_tag(bytes, tag);
   const auto at = static_cast<std::size_t>(found.position);

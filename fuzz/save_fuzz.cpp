@@ -235,19 +235,6 @@ Request take_request(Input& input) {
   return request;
 }
 
-struct Found {
-  int position = 0;
-  int count = 0;
-  int value = 0;
-};
-
-Found find_tag(Text& bytes, int tag) {
-  Found found;
-  const Stream stream(fmemopen(bytes.data(), bytes.size(), "rb"));
-  found.position = get_tif_tag(stream.get(), tag, &found.count, &found.value);
-  return found;
-}
-
 // Values of up to four bytes stand in the entry itself.
 std::string_view value_of(const Text& bytes, const Found& found, std::size_t length) {
   const std::size_t field = static_cast<std::size_t>(found.position) + 8;

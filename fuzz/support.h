@@ -153,6 +153,22 @@ inline Stream stream_at(Bytes& bytes, std::size_t position) {
   return stream;
 }
 
+// What get_tif_tag tells of a tag; a position of 0 or less tells why there is none.
+struct Found {
+  int position = 0;
+  int count = 0;
+  int value = 0;
+};
+
+inline Found find_tag(Text& bytes, int tag) {
+  Found found;
+  const Stream stream(fmemopen(bytes.data(), bytes.size(), "rb"));
+  found.position = get_tif_tag(stream.get(), tag, &found.count, &found.value);
+  EXPECT(found.position != 0 && found.position >= -3);
+  EXPECT(found.position > 0 || (found.count == 0 && found.value == 0));
+  return found;
+}
+
 // A record on the heap, cleared.
 inline std::unique_ptr<ExifInfo2> cleared_record() {
   auto record = std::make_unique<ExifInfo2>();

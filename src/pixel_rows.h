@@ -55,10 +55,8 @@ inline void drop_alpha(const unsigned char* in, std::size_t pixels, int sppIn, i
       return sppIn == 4 ? drop_bytes<4, 3>(in, pixels, out) : drop_bytes<4, 2>(in, pixels, out);
     case 8:
       return sppIn == 4 ? drop_bytes<8, 6>(in, pixels, out) : drop_bytes<8, 4>(in, pixels, out);
-    case 16:
-      return drop_bytes<16, 12>(in, pixels, out);
     default:
-      return;
+      return drop_bytes<16, 12>(in, pixels, out);
   }
 }
 
